@@ -1,0 +1,119 @@
+// The replaceable allocator behind kivMalloc and its family.
+#include "kiv_memmgr.hpp"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+void* KivClMemoryManager::systemAllocator(unsigned int size) { return std::malloc(size); }
+
+void* KivClMemoryManager::systemReallocator(void* pointer, unsigned int size) {
+    return std::realloc(pointer, size);
+}
+
+void KivClMemoryManager::systemDeallocator(void* pointer) { std::free(pointer); }
+
+// Constant-initialised: usable before any dynamic initialiser runs.
+KivPfuAllocator KivClMemoryManager::cv_pfuAllocatorCallback = &KivClMemoryManager::systemAllocator;
+KivPfuReallocator KivClMemoryManager::cv_pfuReallocatorCallback =
+    &KivClMemoryManager::systemReallocator;
+KivPfuDeallocator KivClMemoryManager::cv_pfuDeallocatorCallback =
+    &KivClMemoryManager::systemDeallocator;
+
+namespace {
+
+// A request that does not fit the 32-bit hook size is reported with the
+// largest size, so that it reads as out of memory and never as zero size.
+unsigned int clampedSize(uint64_t size) {
+    return size > UINT32_MAX ? UINT32_MAX : static_cast<unsigned int>(size);
+}
+
+void* allocateOrThrow(uint64_t size) {
+    if (size > UINT32_MAX) {
+        KivClMemoryManager::outOfMemory(KivClMemoryManager::ALLOC_MODULE,
+                                        KivClMemoryManager::ALLOC_LINE, clampedSize(size));
+    }
+    void* block = KivClMemoryManager::cv_pfuAllocatorCallback(static_cast<unsigned int>(size));
+    if (block == nullptr) {
+        KivClMemoryManager::outOfMemory(KivClMemoryManager::ALLOC_MODULE,
+                                        KivClMemoryManager::ALLOC_LINE,
+                                        static_cast<unsigned int>(size));
+    }
+    return block;
+}
+
+}  // namespace
+
+bool KivClMemoryManager::hasUserDefinedMgr() {
+    return cv_pfuAllocatorCallback != &KivClMemoryManager::systemAllocator;
+}
+
+void KivClMemoryManager::outOfMemory(const char* module, int line, unsigned int size) {
+    _KivStUserError error{};
+    error.severity = KIV_SEVERITY_FATAL;
+    error.action = KIV_ACTION_TERMINATE;
+    if (size == 0) {
+        error.errorId = KIV_ERRID_MEMMGR_ZERO_SIZE_OBJECT;
+        error.errorClass = KIV_ERRCLASS_INVALID_DATA;
+    } else {
+        error.errorId = hasUserDefinedMgr() ? KIV_ERRID_MEMMGR_USER_OUT_OF_MEMORY
+                                            : KIV_ERRID_MEMMGR_RUNTIME_OUT_OF_MEMORY;
+        error.errorClass = KIV_ERRCLASS_OUT_OF_MEMORY;
+    }
+    throw KivClExceptionFatal(error, module, static_cast<unsigned long>(line), "");
+}
+
+void* KivClMemoryManager::realloc(void* pointer, unsigned int size) {
+    if (cv_pfuReallocatorCallback == nullptr) {
+        const _KivStUserError error{KIV_ERRID_MEMMGR_NO_USER_REALLOC_FUNC,
+                                    KIV_ERRCLASS_FUNCTION_NOT_SUPPORTED, KIV_SEVERITY_FATAL,
+                                    KIV_ACTION_ABORT};
+        throw KivClExceptionFatal(error, NO_REALLOC_MODULE, NO_REALLOC_LINE, "");
+    }
+    void* block = cv_pfuReallocatorCallback(pointer, size);
+    if (block == nullptr) outOfMemory(REALLOC_MODULE, REALLOC_LINE, size);
+    return block;
+}
+
+void KivClMemoryManager::free(void* pointer) {
+    if (pointer != nullptr) cv_pfuDeallocatorCallback(pointer);
+}
+
+void KivClMemoryManager::setNewMemoryManager(KivPfuAllocator allocator,
+                                             KivPfuReallocator reallocator,
+                                             KivPfuDeallocator deallocator) {
+    cv_pfuAllocatorCallback = allocator;
+    cv_pfuReallocatorCallback = reallocator;
+    cv_pfuDeallocatorCallback = deallocator;
+    if (reallocator == nullptr && !hasUserDefinedMgr()) {
+        cv_pfuReallocatorCallback = &KivClMemoryManager::systemReallocator;
+    }
+}
+
+extern "C" void* kivMalloc(size_t size) { return allocateOrThrow(size); }
+
+extern "C" void* kivCalloc(size_t count, size_t size) {
+    // Refuse a product that does not fit instead of wrapping around to a
+    // small block the caller would overrun.
+    const bool overflows = size != 0 && count > UINT64_MAX / size;
+    const uint64_t bytes = overflows ? UINT64_MAX : static_cast<uint64_t>(count) * size;
+    void* block = allocateOrThrow(bytes);
+    std::memset(block, 0, static_cast<size_t>(bytes));
+    return block;
+}
+
+extern "C" void* kivRealloc(void* pointer, size_t size) {
+    // A missing reallocator is reported first, as for any size.
+    if (size > UINT32_MAX && KivClMemoryManager::cv_pfuReallocatorCallback != nullptr) {
+        KivClMemoryManager::outOfMemory(KivClMemoryManager::REALLOC_MODULE,
+                                        KivClMemoryManager::REALLOC_LINE, clampedSize(size));
+    }
+    return KivClMemoryManager::realloc(pointer, static_cast<unsigned int>(size));
+}
+
+extern "C" void kivFree(void* pointer) { KivClMemoryManager::free(pointer); }
+
+extern "C" void kivSetNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,
+                                       KivPfuDeallocator deallocator) {
+    KivClMemoryManager::setNewMemoryManager(allocator, reallocator, deallocator);
+}

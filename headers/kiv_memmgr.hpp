@@ -1,0 +1,71 @@
+// The library's one replaceable allocator.
+//
+// Three process-wide hooks allocate, reallocate and free. They start out as
+// the system library's malloc, realloc and free (statically initialised, so
+// allocation works before any client constructor runs). A failed allocation
+// never returns null: it throws a KivClExceptionFatal. Sizes handed to the
+// hooks are 32-bit; a request that does not fit 32 bits is refused through
+// the out-of-memory path rather than truncated.
+#ifndef KIV_MEMMGR_HPP
+#define KIV_MEMMGR_HPP
+
+#include <cstddef>
+
+#include "kiv_exception.hpp"
+
+typedef void* (*KivPfuAllocator)(unsigned int size);
+typedef void* (*KivPfuReallocator)(void* pointer, unsigned int size);
+typedef void (*KivPfuDeallocator)(void* pointer);
+
+class KivClMemoryManager {
+public:
+    KivClMemoryManager() = delete;
+
+    // Module text and line of the allocation entry points' out-of-memory report.
+    static constexpr const char* ALLOC_MODULE = "kiv_memmgr.hpp:359";
+    static constexpr int ALLOC_LINE = 359;
+    static constexpr const char* NO_REALLOC_MODULE = "kiv_memmgr:267";
+    static constexpr int NO_REALLOC_LINE = 267;
+    static constexpr const char* REALLOC_MODULE = "kiv_memmgr:277";
+    static constexpr int REALLOC_LINE = 277;
+
+    // Reallocates through the reallocator hook. Throws MEMMGR_NO_USER_REALLOC_FUNC
+    // when none is installed and the out-of-memory exception when it fails.
+    static void* realloc(void* pointer, unsigned int size);
+    // Frees through the deallocator hook; null is ignored.
+    static void free(void* pointer);
+    // Installs the three hooks as given. Without a reallocator, the system
+    // reallocator is installed only when the allocator is the system one, so
+    // that blocks of a user heap are never mixed with the system heap.
+    static void setNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,
+                                    KivPfuDeallocator deallocator);
+    // True when the installed allocator is not the system one.
+    static bool hasUserDefinedMgr();
+    // Throws the out-of-memory exception for a failed request of size bytes.
+    [[noreturn]] static void outOfMemory(const char* module, int line, unsigned int size);
+
+    // The system library's functions behind the 32-bit hook types; these are
+    // the defaults and the values to pass to return to the system heap.
+    static void* systemAllocator(unsigned int size);
+    static void* systemReallocator(void* pointer, unsigned int size);
+    static void systemDeallocator(void* pointer);
+
+    static KivPfuAllocator cv_pfuAllocatorCallback;
+    static KivPfuReallocator cv_pfuReallocatorCallback;
+    static KivPfuDeallocator cv_pfuDeallocatorCallback;
+};
+
+extern "C" {
+
+// Allocates size bytes; never returns null (throws KivClExceptionFatal).
+void* kivMalloc(size_t size);
+// Allocates count*size zeroed bytes; a product over 32 bits is refused.
+void* kivCalloc(size_t count, size_t size);
+void* kivRealloc(void* pointer, size_t size);
+void kivFree(void* pointer);
+void kivSetNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,
+                            KivPfuDeallocator deallocator);
+
+}  // extern "C"
+
+#endif  // KIV_MEMMGR_HPP

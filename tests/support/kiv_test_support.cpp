@@ -1,0 +1,122 @@
+#include "kiv_test_support.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace kivtest {
+
+namespace {
+
+std::string tmpBase() {
+    const char* base = std::getenv("TMPDIR");
+    return (base != nullptr && *base != '\0') ? base : "/tmp";
+}
+
+}  // namespace
+
+TempDir::TempDir() {
+    std::string pattern = tmpBase() + "/kivtest.XXXXXX";
+    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
+    path_ = pattern;
+}
+
+TempDir::~TempDir() {
+    const std::string command = "rm -rf '" + path_ + "'";
+    if (std::system(command.c_str()) != 0) std::perror("rm temporary directory");
+}
+
+std::string TempDir::file(const std::string& name) const { return path_ + "/" + name; }
+
+CaptureFd::CaptureFd(int fd) : fd_(fd) {
+    std::fflush(nullptr);
+    char pattern[] = "/tmp/kivcapture.XXXXXX";
+    const int tmp = ::mkstemp(pattern);
+    if (tmp < 0) throw std::runtime_error("mkstemp failed");
+    file_ = pattern;
+    saved_ = ::dup(fd_);
+    ::dup2(tmp, fd_);
+    ::close(tmp);
+}
+
+CaptureFd::~CaptureFd() { stop(); }
+
+void CaptureFd::stop() {
+    if (stopped_) return;
+    stopped_ = true;
+    std::fflush(nullptr);
+    ::dup2(saved_, fd_);
+    ::close(saved_);
+    text_ = readFile(file_);
+    ::unlink(file_.c_str());
+}
+
+std::string CaptureFd::text() {
+    stop();
+    return text_;
+}
+
+ChildResult runInChild(const std::function<int()>& body) {
+    TempDir dir;
+    const std::string outPath = dir.file("out");
+    const std::string errPath = dir.file("err");
+    std::fflush(nullptr);
+    const pid_t pid = ::fork();
+    if (pid < 0) throw std::runtime_error("fork failed");
+    if (pid == 0) {
+        const int in = ::open("/dev/null", O_RDONLY);
+        const int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        const int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        ::dup2(in, 0);
+        ::dup2(out, 1);
+        ::dup2(err, 2);
+        const int code = body();
+        std::fflush(nullptr);
+        ::_exit(code);
+    }
+    int status = 0;
+    while (::waitpid(pid, &status, 0) < 0) {
+    }
+    ChildResult result;
+    result.exited = WIFEXITED(status);
+    if (result.exited) result.exitCode = WEXITSTATUS(status);
+    result.signaled = WIFSIGNALED(status);
+    if (result.signaled) result.signal = WTERMSIG(status);
+    result.out = readFile(outPath);
+    result.err = readFile(errPath);
+    return result;
+}
+
+ChildResult runShell(const std::string& command) {
+    return runInChild([&command] {
+        ::execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
+        return 127;
+    });
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream content;
+    content << in.rdbuf();
+    return content.str();
+}
+
+void writeFile(const std::string& path, const std::string& content) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << content;
+    if (!out) throw std::runtime_error("cannot write " + path);
+}
+
+bool fileExists(const std::string& path) {
+    struct stat info;
+    return ::lstat(path.c_str(), &info) == 0;
+}
+
+}  // namespace kivtest

@@ -1,0 +1,72 @@
+// Helpers shared by the test suites: temporary directories, capture of a
+// standard stream, running a function in a child process, file contents.
+#ifndef KIV_TEST_SUPPORT_HPP
+#define KIV_TEST_SUPPORT_HPP
+
+#include <functional>
+#include <string>
+
+namespace kivtest {
+
+// A fresh directory under $TMPDIR (or /tmp), removed with its contents when
+// the object goes away.
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+
+    const std::string& path() const { return path_; }
+    // path() + "/" + name
+    std::string file(const std::string& name) const;
+
+private:
+    std::string path_;
+};
+
+// Captures everything written to a file descriptor (1 or 2) between
+// construction and text(); restores the descriptor afterwards.
+class CaptureFd {
+public:
+    explicit CaptureFd(int fd);
+    ~CaptureFd();
+    CaptureFd(const CaptureFd&) = delete;
+    CaptureFd& operator=(const CaptureFd&) = delete;
+
+    // Stops capturing (once) and returns what was written.
+    std::string text();
+
+private:
+    void stop();
+    int fd_;
+    int saved_;
+    std::string file_;
+    bool stopped_ = false;
+    std::string text_;
+};
+
+// What a child process did.
+struct ChildResult {
+    bool exited = false;    // ended through exit()/return
+    int exitCode = -1;      // valid when exited
+    bool signaled = false;  // ended by a signal
+    int signal = 0;         // valid when signaled
+    std::string out;        // its standard output
+    std::string err;        // its standard error
+};
+
+// Runs body in a forked child whose stdout and stderr are collected; the
+// child exits with body's return value. Standard input is /dev/null.
+ChildResult runInChild(const std::function<int()>& body);
+
+// Runs a shell command line and collects its result the same way.
+ChildResult runShell(const std::string& command);
+
+std::string readFile(const std::string& path);
+void writeFile(const std::string& path, const std::string& content);
+bool fileExists(const std::string& path);
+
+}  // namespace kivtest
+
+#endif  // KIV_TEST_SUPPORT_HPP
