@@ -1,0 +1,142 @@
+// Fixed-string skip-table search and wildcard matching.
+#include "kiv_match.hpp"
+
+#include <cctype>
+#include <cstring>
+
+#include "kiv_memmgr.hpp"
+#include "kiv_string.hpp"
+
+namespace {
+
+unsigned char upperByte(unsigned char c) { return static_cast<unsigned char>(std::toupper(c)); }
+
+bool sameChar(char patternChar, char textChar, bool caseSensitive) {
+    if (caseSensitive) return patternChar == textChar;
+    return upperByte(static_cast<unsigned char>(patternChar)) ==
+           upperByte(static_cast<unsigned char>(textChar));
+}
+
+// First position at or after text where the character equals literal, or
+// null when the text ends first.
+const char* findLiteral(const char* text, char literal, bool caseSensitive) {
+    for (; *text != '\0'; ++text) {
+        if (sameChar(literal, *text, caseSensitive)) return text;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+KivClStringMatchABase::~KivClStringMatchABase() = default;
+
+// ---------------------------------------------------------------------------
+// KivClStringSearch
+
+KivClStringSearch::KivClStringSearch(const char* pattern, bool ignoreCase)
+    : KivClStringMatchABase(pattern, ignoreCase), upperCopy_(nullptr), usable_(true),
+      patternLength_(0) {
+    const size_t length = pattern_ ? std::strlen(pattern_) : 0;
+    usable_ = length < UINT32_MAX;
+    patternLength_ = usable_ ? static_cast<uint32_t>(length) : 0;
+    if (ignoreCase_ && pattern_ != nullptr && usable_) {
+        upperCopy_ = static_cast<char*>(kivMalloc(length + 1));
+        std::memcpy(upperCopy_, pattern_, length + 1);
+        strupr(upperCopy_);
+        pattern_ = upperCopy_;
+    }
+    const uint32_t m = patternLength_;
+    for (uint32_t& entry : skip_) entry = m;
+    // Later positions overwrite earlier ones, so the last occurrence wins.
+    for (uint32_t position = 0; position + 1 < m; ++position) {
+        skip_[fold(static_cast<unsigned char>(pattern_[position]))] = m - 1 - position;
+    }
+}
+
+KivClStringSearch::~KivClStringSearch() { kivFree(upperCopy_); }
+
+unsigned char KivClStringSearch::fold(unsigned char c) const {
+    return ignoreCase_ ? upperByte(c) : c;
+}
+
+const char* KivClStringSearch::getPattern(const char* text) const {
+    if (text == nullptr) return nullptr;
+    return getPattern(text, std::strlen(text));
+}
+
+const char* KivClStringSearch::getPattern(const char* text, unsigned long length) const {
+    if (text == nullptr || !usable_ || pattern_ == nullptr) return nullptr;
+    const size_t m = patternLength_;
+    const size_t n = length;
+    if (m == 0) return text;
+    if (m > n) return nullptr;
+    const unsigned char* subject = reinterpret_cast<const unsigned char*>(text);
+    const unsigned char* needle = reinterpret_cast<const unsigned char*>(pattern_);
+    size_t windowEnd = m - 1;  // text index aligned with the pattern's last character
+    while (windowEnd < n) {
+        size_t matched = 0;  // characters matched from the end of the window
+        unsigned char c = fold(subject[windowEnd]);
+        while (c == needle[m - 1 - matched]) {
+            if (++matched == m) return text + (windowEnd + 1 - m);
+            c = fold(subject[windowEnd - matched]);
+        }
+        const size_t mismatchAt = windowEnd - matched;
+        const size_t skipped = mismatchAt + skip_[c];
+        windowEnd = skipped > windowEnd ? skipped : windowEnd + 1;
+    }
+    return nullptr;
+}
+
+// ---------------------------------------------------------------------------
+// Wildcards
+
+KivClStringMatchWildcards::~KivClStringMatchWildcards() = default;
+
+const char* KivClStringMatchWildcards::getPattern(const char* text) const {
+    return kivMatchesWildcardPattern(pattern_, text, !ignoreCase_) ? text : nullptr;
+}
+
+// The match follows the recursive definition: at a "*" the following "*" and
+// "?" are skipped ("?" consuming one text character each), then every text
+// position holding the next pattern character is tried as the place where
+// the rest of the pattern continues. Once a later "*" has been reached, its
+// own scan covers every continuation that a later start of an earlier "*"
+// could reach (a later start only leaves a suffix of the same text to it),
+// so only the most recent "*" ever needs another start. Keeping just that
+// one resume point gives the recursive result in O(pattern x text) time and
+// constant stack, where the plain recursion is exponential in the number of
+// "*" on text that almost matches.
+bool kivMatchesWildcardPattern(const char* pattern, const char* text, bool caseSensitive) {
+    if (pattern == nullptr || text == nullptr) return false;
+    const char* p = pattern;
+    const char* t = text;
+    const char* resumePattern = nullptr;  // pattern after the literal that follows the last "*"
+    const char* resumeText = nullptr;     // next text position the last "*" may try
+    char literal = '\0';                  // the character that follows the last "*"
+    for (;;) {
+        if (*p == '*') {
+            for (; *p == '*' || *p == '?'; ++p) {
+                if (*p == '?' && *t++ == '\0') return false;
+            }
+            if (*p == '\0') return true;
+            literal = *p;
+            resumePattern = p + 1;
+            resumeText = t;
+        } else if (*p != '\0' && *t != '\0' && (*p == '?' || sameChar(*p, *t, caseSensitive))) {
+            ++p;
+            ++t;
+            continue;
+        } else if (*p == '\0' && *t == '\0') {
+            return true;
+        } else if (resumePattern == nullptr) {
+            return false;
+        }
+        // Start (or restart) the last "*": the rest continues after the next
+        // text position holding its literal.
+        const char* found = findLiteral(resumeText, literal, caseSensitive);
+        if (found == nullptr) return false;
+        p = resumePattern;
+        t = found + 1;
+        resumeText = found + 1;
+    }
+}
