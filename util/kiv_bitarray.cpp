@@ -1,0 +1,139 @@
+// Fixed-size bit array with a binary stream form.
+#include "kiv_bitarray.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include "kiv_memmgr.hpp"
+
+namespace {
+
+constexpr size_t COUNT_BYTES = 4;
+// Storage read from a stream grows by at most this much before the bytes
+// have actually arrived.
+constexpr size_t READ_CHUNK = 64 * 1024;
+
+// The bit count's byte order in the stream form. The stream form uses the
+// host's order and the host is little-endian; writing the bytes out
+// explicitly keeps that the only place a big-endian port would change.
+void encodeCount(uint32_t count, unsigned char* out) {
+    for (size_t i = 0; i < COUNT_BYTES; ++i) out[i] = static_cast<unsigned char>(count >> (8 * i));
+}
+
+uint32_t decodeCount(const unsigned char* in) {
+    uint32_t count = 0;
+    for (size_t i = 0; i < COUNT_BYTES; ++i) count |= static_cast<uint32_t>(in[i]) << (8 * i);
+    return count;
+}
+
+unsigned char* allocateZeroed(size_t bytes) { return static_cast<unsigned char*>(kivCalloc(bytes, 1)); }
+
+using OwnedBytes = std::unique_ptr<unsigned char, void (*)(void*)>;
+
+// Reads exactly total bytes into freshly allocated storage, growing it as
+// the bytes arrive. Null (with failbit set) when the stream ends early.
+OwnedBytes readStorage(std::istream& in, size_t total) {
+    size_t capacity = std::min(total, READ_CHUNK);
+    OwnedBytes buffer(static_cast<unsigned char*>(kivMalloc(capacity)), kivFree);
+    size_t have = 0;
+    while (have < total) {
+        if (have == capacity) {
+            capacity = std::min(total, capacity * 2);
+            unsigned char* grown = static_cast<unsigned char*>(kivRealloc(buffer.get(), capacity));
+            buffer.release();
+            buffer.reset(grown);
+        }
+        const size_t want = capacity - have;
+        in.read(reinterpret_cast<char*>(buffer.get() + have), static_cast<std::streamsize>(want));
+        const size_t got = static_cast<size_t>(in.gcount());
+        have += got;
+        if (got != want) {
+            in.setstate(std::ios::failbit);
+            return OwnedBytes(nullptr, kivFree);
+        }
+    }
+    return buffer;
+}
+
+}  // namespace
+
+KivClBitArray::KivClBitArray(uint32_t bitCount)
+    : bitCount_(bitCount), bytes_(allocateZeroed(byteCountFor(bitCount))) {}
+
+KivClBitArray::KivClBitArray(const KivClBitArray& other)
+    : KivClPersistencyABase(other), bitCount_(other.bitCount_),
+      bytes_(static_cast<unsigned char*>(kivMalloc(other.getByteCount()))) {
+    std::memcpy(bytes_, other.bytes_, other.getByteCount());
+}
+
+KivClBitArray& KivClBitArray::operator=(const KivClBitArray& other) {
+    if (this == &other) return *this;
+    // Copy first, so that a failed allocation leaves this array intact.
+    unsigned char* copy = static_cast<unsigned char*>(kivMalloc(other.getByteCount()));
+    std::memcpy(copy, other.bytes_, other.getByteCount());
+    kivFree(bytes_);
+    bytes_ = copy;
+    bitCount_ = other.bitCount_;
+    return *this;
+}
+
+KivClBitArray::~KivClBitArray() { kivFree(bytes_); }
+
+bool KivClBitArray::operator==(const KivClBitArray& other) const {
+    return getByteCount() == other.getByteCount() &&
+           std::memcmp(bytes_, other.bytes_, getByteCount()) == 0;
+}
+
+void KivClBitArray::write(std::ostream& out) const {
+    unsigned char count[COUNT_BYTES];
+    encodeCount(bitCount_, count);
+    out.write(reinterpret_cast<const char*>(count), COUNT_BYTES);
+    out.write(reinterpret_cast<const char*>(bytes_), static_cast<std::streamsize>(getByteCount()));
+}
+
+void KivClBitArray::read(std::istream& in) {
+    unsigned char countBytes[COUNT_BYTES];
+    in.read(reinterpret_cast<char*>(countBytes), COUNT_BYTES);
+    if (static_cast<size_t>(in.gcount()) != COUNT_BYTES) {
+        in.setstate(std::ios::failbit);
+        return;
+    }
+    const uint32_t count = decodeCount(countBytes);
+    OwnedBytes storage = readStorage(in, byteCountFor(count));
+    if (!storage) return;
+    kivFree(bytes_);
+    bytes_ = storage.release();
+    bitCount_ = count;
+}
+
+bool KivClBitArray::setBit(uint32_t index, bool value) {
+    if (index >= bitCount_) return false;
+    const unsigned char mask = static_cast<unsigned char>(1u << (index % 8));
+    if (value) {
+        bytes_[index / 8] |= mask;
+    } else {
+        bytes_[index / 8] &= static_cast<unsigned char>(~mask);
+    }
+    return true;
+}
+
+bool KivClBitArray::testBit(uint32_t index) const {
+    return index < bitCount_ && (bytes_[index / 8] & (1u << (index % 8))) != 0;
+}
+
+void KivClBitArray::setAll(bool value) {
+    std::memset(bytes_, 0, getByteCount());
+    if (!value) return;
+    std::memset(bytes_, 0xFF, bitCount_ / 8);
+    const uint32_t rest = bitCount_ % 8;
+    bytes_[bitCount_ / 8] = static_cast<unsigned char>((1u << rest) - 1);
+}
+
+uint32_t KivClBitArray::countSetBits() const {
+    uint32_t count = 0;
+    for (size_t i = 0; i < bitCount_ / 8; ++i) count += static_cast<uint32_t>(__builtin_popcount(bytes_[i]));
+    // Spare bits past the count (a stream may have set them) are not bits of the array.
+    const unsigned lastMask = (1u << (bitCount_ % 8)) - 1;
+    return count + static_cast<uint32_t>(__builtin_popcount(bytes_[bitCount_ / 8] & lastMask));
+}

@@ -1,0 +1,4 @@
+// Stream persistency base.
+#include "kiv_persistency.hpp"
+
+KivClPersistencyABase::~KivClPersistencyABase() = default;

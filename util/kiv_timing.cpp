@@ -1,0 +1,52 @@
+// Sleeping, wall-clock timing and trace timestamps.
+#include "kiv_timing.hpp"
+
+#include <sys/select.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+unsigned int kivSleepHours(uint32_t hours) { return kivSleepMinutes(hours * 60u); }
+
+unsigned int kivSleepMinutes(uint32_t minutes) { return kivSleepSeconds(minutes * 60u); }
+
+unsigned int kivSleepSeconds(uint32_t seconds) { return sleep(seconds); }
+
+int kivSleepMilliSeconds(uint32_t milliseconds) { return kivSleepMicroSeconds(milliseconds * 1000u); }
+
+int kivSleepMicroSeconds(uint32_t microseconds) {
+    timeval timeout{};
+    timeout.tv_sec = static_cast<time_t>(microseconds / 1000000u);
+    timeout.tv_usec = static_cast<suseconds_t>(microseconds % 1000000u);
+    return select(0, nullptr, nullptr, nullptr, &timeout);
+}
+
+uint32_t kivGetTimeStamp() { return 0; }
+
+void KivClTiming::init(bool startNow) {
+    startTime_ = 0.0;
+    stopTime_ = 0.0;
+    lastInterval_ = 0.0;
+    total_ = 0.0;
+    running_ = false;
+    if (startNow) start();
+}
+
+void KivClTiming::start() {
+    startTime_ = wallClockTime();
+    running_ = true;
+}
+
+double KivClTiming::stop() {
+    if (!running_) return 0.0;
+    stopTime_ = wallClockTime();
+    running_ = false;
+    lastInterval_ = stopTime_ - startTime_;
+    total_ += lastInterval_;
+    return lastInterval_;
+}
+
+double KivClTiming::wallClockTime() const {
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_usec) * 0.000001;
+}
