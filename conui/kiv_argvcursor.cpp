@@ -1,0 +1,165 @@
+// Argument cursors over a program's command line.
+#include "kiv_argv.hpp"
+
+#include <cstring>
+
+#include "kiv_usage.hpp"
+
+namespace {
+
+constexpr char EMPTY_USAGE[] = "";
+
+// The first switch item of usage named like the switch entry, if any: the
+// returned cursor is valid only when one was found.
+KivClUsageCursor findSwitchItem(const char* usage, const char* entry) {
+    KivClUsageCursor item(usage);
+    for (bool found = item.setToFirst(); found; found = item.setToNext()) {
+        if (item.isSwitch() && item.matchesSwitch(entry)) break;
+    }
+    return item;
+}
+
+// The usage string has an item outside every group that is no switch, and
+// so admits free arguments.
+bool admitsFreeArguments(const char* usage) {
+    KivClUsageCursor item(usage);
+    for (bool found = item.setToFirst(); found; found = item.setToNext()) {
+        if (!item.isSwitch() && item.getGroupDepth() == 0) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+// ---- KivClArgvCursor ----
+
+KivClArgvCursor::KivClArgvCursor(int argc, const char** argv)
+    : argc_(argv != nullptr && argc > 0 ? argc : 0), argv_(argv) {}
+
+KivClArgvCursor::~KivClArgvCursor() = default;
+
+bool KivClArgvCursor::isValid() const { return index_ > 0 && index_ < argc_; }
+
+bool KivClArgvCursor::setToFirst() {
+    index_ = 1;
+    return isValid();
+}
+
+bool KivClArgvCursor::setToNext() {
+    if (index_ < argc_) ++index_;
+    return isValid();
+}
+
+bool KivClArgvCursor::setToLast() {
+    index_ = argc_ - 1;
+    return isValid();
+}
+
+bool KivClArgvCursor::setToPrevious() {
+    if (index_ > 0) --index_;
+    return isValid();
+}
+
+const char* KivClArgvCursor::getArgv0() const { return entryAt(0); }
+
+const char* KivClArgvCursor::getAsCString() const { return isValid() ? entryAt(index_) : nullptr; }
+
+bool KivClArgvCursor::isSwitch() const { return KivClUsageCursor::isSwitchIndicator(getAsCString()); }
+
+bool KivClArgvCursor::matches(const char* name) const {
+    if (name == nullptr || !isSwitch()) return false;
+    if (KivClUsageCursor::isSwitchIndicator(name)) ++name;
+    return std::strcmp(getAsCString() + 1, name) == 0;
+}
+
+bool KivClArgvCursor::positionTo(const char* name) {
+    for (bool valid = setToFirst(); valid; valid = setToNext()) {
+        if (matches(name)) return true;
+    }
+    return false;
+}
+
+const char* KivClArgvCursor::entryAt(int index) const {
+    return index >= 0 && index < argc_ ? argv_[index] : nullptr;
+}
+
+// ---- KivClArgvCheckCursor ----
+
+KivClArgvCheckCursor::KivClArgvCheckCursor(int argc, const char** argv, const char* usage)
+    : KivClArgvCursor(argc, argv), usage_(usage != nullptr ? usage : EMPTY_USAGE) {}
+
+KivClArgvCheckCursor::~KivClArgvCheckCursor() = default;
+
+bool KivClArgvCheckCursor::isLegal() const {
+    if (!isValid()) return false;
+    if (isSwitch()) return findSwitchItem(usage_, getAsCString()).isValid();
+    return isBound() || admitsFreeArguments(usage_);
+}
+
+bool KivClArgvCheckCursor::isBound() const {
+    if (!isValid() || isSwitch()) return false;
+    KivClArgvCheckCursor previous(*this);
+    return previous.setToPrevious() && previous.reqArg();
+}
+
+bool KivClArgvCheckCursor::reqArg() const {
+    if (!isSwitch()) return false;
+    KivClUsageCursor item = findSwitchItem(usage_, getAsCString());
+    return item.isValid() && item.reqArg();
+}
+
+bool KivClArgvCheckCursor::hasArg() const {
+    const char* next = entryAt(getIndex() + 1);
+    return isSwitch() && next != nullptr && !KivClUsageCursor::isSwitchIndicator(next);
+}
+
+bool KivClArgvCheckCursor::isTagged() const {
+    const char* entry = getAsCString();
+    if (entry == nullptr) return false;
+    KivClUsageCursor item(usage_);
+    for (bool found = item.setToFirst(); found; found = item.setToNext()) {
+        if (item.isTagged() && item.matches(entry)) return true;
+    }
+    return false;
+}
+
+bool KivClArgvCheckCursor::isFree() const { return isValid() && !isSwitch() && !isBound(); }
+
+// ---- KivClArgvFreeCursor ----
+
+KivClArgvFreeCursor::KivClArgvFreeCursor(int argc, const char** argv, const char* usage)
+    : KivClArgvCheckCursor(argc, argv, usage) {}
+
+KivClArgvFreeCursor::~KivClArgvFreeCursor() = default;
+
+bool KivClArgvFreeCursor::setToFirst() {
+    KivClArgvCursor::setToFirst();
+    return nextFree();
+}
+
+bool KivClArgvFreeCursor::setToNext() {
+    KivClArgvCursor::setToNext();
+    return nextFree();
+}
+
+bool KivClArgvFreeCursor::setToLast() {
+    KivClArgvCursor::setToLast();
+    return previousFree();
+}
+
+bool KivClArgvFreeCursor::setToPrevious() {
+    KivClArgvCursor::setToPrevious();
+    return previousFree();
+}
+
+// From the current entry on, forwards to the first free one.
+bool KivClArgvFreeCursor::nextFree() {
+    while (isValid() && !isFree()) KivClArgvCursor::setToNext();
+    return isValid();
+}
+
+// From the current entry on, backwards to the first free one.
+bool KivClArgvFreeCursor::previousFree() {
+    while (isValid() && !isFree()) KivClArgvCursor::setToPrevious();
+    return isValid();
+}
