@@ -1,0 +1,287 @@
+// Files: attribute queries, copy, rename, remove and the static path helpers.
+#include "kiv_file.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "kiv_envvar.hpp"
+#include "kiv_string.hpp"
+
+namespace {
+
+// A time from stat as the 32-bit seconds the interface documents, clamped
+// rather than wrapped.
+uint32_t clampTime(time_t seconds) {
+    if (seconds < 0) return 0;
+    if (static_cast<unsigned long long>(seconds) > UINT32_MAX) return UINT32_MAX;
+    return static_cast<uint32_t>(seconds);
+}
+
+// Opens a file for copying without blocking on a FIFO and checks that it is a
+// regular file; the descriptor is switched back to blocking mode. Returns -1
+// on any failure (with the descriptor closed).
+int openRegular(const char* name, int flags, struct stat& info) {
+    const int fd = ::open(name, flags | O_NONBLOCK | O_CLOEXEC, 0777);
+    if (fd < 0) return -1;
+    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) ||
+        ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK) != 0) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+// Writes all of length bytes, retrying after interruptions and short writes.
+bool writeAll(int fd, const char* data, size_t length) {
+    while (length > 0) {
+        const ssize_t written = ::write(fd, data, length);
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return false;
+        data += written;
+        length -= static_cast<size_t>(written);
+    }
+    return true;
+}
+
+// Copies everything from in to out. False on a read or write error.
+bool copyBytes(int in, int out) {
+    char chunk[65536];
+    for (;;) {
+        const ssize_t got = ::read(in, chunk, sizeof chunk);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return false;
+        if (got == 0) return true;
+        if (!writeAll(out, chunk, static_cast<size_t>(got))) return false;
+    }
+}
+
+// Appends text of length characters to out at position used, within the
+// 4096-character limit. False when it does not fit.
+bool appendBounded(char* out, size_t& used, const char* text, size_t length) {
+    if (used + length > KivClFilenameABase::MAX_LENGTH) return false;
+    std::memcpy(out + used, text, length);
+    used += length;
+    out[used] = '\0';
+    return true;
+}
+
+// Removes the last "/component" of out; false when there is none.
+bool dropLastComponent(char* out, size_t& used) {
+    if (used == 0) return false;
+    while (used > 0 && out[used - 1] != '/') --used;
+    if (used > 0) --used;  // the "/" that introduced the component
+    out[used] = '\0';
+    return true;
+}
+
+bool endsWith(const char* text, size_t length, const char* suffix) {
+    const size_t suffixLength = std::strlen(suffix);
+    return length >= suffixLength && std::memcmp(text + length - suffixLength, suffix, suffixLength) == 0;
+}
+
+// The text the expansion starts from, without trailing "/", written to out.
+// Sets rest to the first character still to walk. False when the working
+// directory cannot be read or the start does not fit.
+bool writeExpansionStart(const char* path, char* out, size_t& used, const char*& rest) {
+    used = 0;
+    out[0] = '\0';
+    rest = path;
+    const char* start = nullptr;
+    char cwd[KivClFilenameABase::BUFFER_SIZE];
+    if (path[0] == '~') {
+        start = KivClEnvironmentVariableABase("HOME").getValue();
+        if (start != nullptr) rest = path[1] == '/' ? path + 2 : path + 1;
+    } else if (path[0] == '/') {
+        rest = path + 1;
+    } else {
+        if (::getcwd(cwd, sizeof cwd) == nullptr) return false;
+        start = cwd;
+    }
+    if (start == nullptr) return true;
+    size_t length = std::strlen(start);
+    while (length > 0 && start[length - 1] == '/') --length;
+    return appendBounded(out, used, start, length);
+}
+
+}  // namespace
+
+KivClFileABase::~KivClFileABase() = default;
+
+uint32_t KivClFileABase::getDateTimeOfCreation(const char* name) {
+    struct stat info;
+    return name != nullptr && ::stat(name, &info) == 0 ? clampTime(info.st_ctime) : 0;
+}
+
+uint32_t KivClFileABase::getDateTimeOfLastAccess(const char* name) {
+    struct stat info;
+    return name != nullptr && ::stat(name, &info) == 0 ? clampTime(info.st_atime) : 0;
+}
+
+uint32_t KivClFileABase::getDateTimeOfLastModification(const char* name) {
+    struct stat info;
+    return name != nullptr && ::stat(name, &info) == 0 ? clampTime(info.st_mtime) : 0;
+}
+
+bool KivClFileABase::isRelativePath(const char* path) {
+    if (path == nullptr) return true;
+    const KivClPathProperty property(path);
+    return !property.isAbsolute() || std::strstr(path, "./") != nullptr;
+}
+
+bool KivClFileABase::expandRelativePath(char* path) {
+    if (path == nullptr) return false;
+    char out[KivClFilenameABase::BUFFER_SIZE];
+    size_t used = 0;
+    const char* rest = nullptr;
+    if (!writeExpansionStart(path, out, used, rest)) return false;
+    for (const char* slash = std::strchr(rest, '/'); slash != nullptr;
+         rest = slash + 1, slash = std::strchr(rest, '/')) {
+        const size_t length = static_cast<size_t>(slash - rest);
+        if (length == 0) continue;
+        if (endsWith(rest, length, "..")) {
+            if (!dropLastComponent(out, used)) {
+                path[0] = '\0';
+                return false;
+            }
+        } else if (!endsWith(rest, length, ".")) {
+            if (!appendBounded(out, used, "/", 1) || !appendBounded(out, used, rest, length)) return false;
+        }
+    }
+    if (!appendBounded(out, used, "/", 1)) return false;
+    std::memcpy(path, out, used + 1);
+    return true;
+}
+
+KivClFile::KivClFile(const KivClFilenameABase& name, const char* defaultExtension)
+    : name_(name), error_{KIV_ERRID_NO_ERROR, KIV_ERRCLASS_UNKNOWN} {
+    if (!name_.hasExtension() && defaultExtension != nullptr && defaultExtension[0] != '\0') {
+        name_.setNewExtension(defaultExtension);
+    }
+}
+
+KivClFile::~KivClFile() = default;
+
+KivClFile::operator const char*() const { return name_.getAsCString(); }
+
+const char* KivClFile::getAsCString() const { return name_.getAsCString(); }
+
+bool KivClFile::isExistent() const { return ::access(name_, F_OK) == 0; }
+
+bool KivClFile::isDirectory() const { return false; }
+
+bool KivClFile::isFile() const { return true; }
+
+uint32_t KivClFile::getDateTimeOfCreation() const { return KivClFileABase::getDateTimeOfCreation(name_); }
+
+uint32_t KivClFile::getDateTimeOfLastAccess() const { return KivClFileABase::getDateTimeOfLastAccess(name_); }
+
+uint32_t KivClFile::getDateTimeOfLastModification() const {
+    return KivClFileABase::getDateTimeOfLastModification(name_);
+}
+
+void KivClFile::setError(uint32_t errorId, KivEnErrorClass errorClass) { error_ = {errorId, errorClass}; }
+
+void KivClFile::clearError() { error_ = {KIV_ERRID_NO_ERROR, KIV_ERRCLASS_UNKNOWN}; }
+
+bool KivClFile::isHidden() const { return name_.getFilePart()[0] == '.'; }
+
+bool KivClFile::isReadOnly() const { return ::access(name_, W_OK) != 0; }
+
+bool KivClFile::setReadOnly(bool readOnly) { return ::chmod(name_, readOnly ? 0440 : 0660) == 0; }
+
+uint32_t KivClFile::getFileSize() const {
+    struct stat info;
+    if (::stat(name_, &info) != 0 || info.st_size < 0) return 0;
+    if (static_cast<unsigned long long>(info.st_size) > UINT32_MAX) return UINT32_MAX;
+    return static_cast<uint32_t>(info.st_size);
+}
+
+const char* KivClFile::getFileType() const {
+    const char* extension = name_.getExtension();
+    return extension[0] == '.' ? extension + 1 : extension;
+}
+
+bool KivClFile::remove() {
+    setError(KIV_ERRID_FILE_COULD_NOT_REMOVE, KIV_ERRCLASS_IO_PERMISSION_DENIED);
+    if (::unlink(name_) != 0) {
+        if (errno == ENOENT) setError(KIV_ERRID_FILE_COULD_NOT_REMOVE, KIV_ERRCLASS_IO_NOT_EXISTENT);
+        return false;
+    }
+    clearError();
+    return true;
+}
+
+bool KivClFile::copyTo(const KivClFilenameABase& target, bool copyPermissions) {
+    const bool sameName = name_.getPathStyle() == KivEnPathStyleUnix ? std::strcmp(name_, target) == 0
+                                                                     : strcmpi(name_, target) == 0;
+    if (sameName) {
+        setError(KIV_ERRID_FILE_COULD_NOT_COPY_SELF, KIV_ERRCLASS_INCONSISTENT_SITUATION);
+        return false;
+    }
+    struct stat source;
+    const int in = openRegular(name_, O_RDONLY, source);
+    if (in < 0) {
+        setError(KIV_ERRID_FILE_COULD_NOT_COPY, KIV_ERRCLASS_IO_READ_PROBLEM);
+        return false;
+    }
+    // The target is truncated only once it is known to be another regular
+    // file than the source, so that no alias of the source is ever emptied.
+    struct stat existing;
+    const int out = openRegular(target, O_RDWR | O_CREAT | O_NOFOLLOW, existing);
+    setError(KIV_ERRID_FILE_COULD_NOT_COPY, KIV_ERRCLASS_IO_WRITE_PROBLEM);
+    if (out >= 0 && existing.st_dev == source.st_dev && existing.st_ino == source.st_ino) {
+        setError(KIV_ERRID_FILE_COULD_NOT_COPY_SELF, KIV_ERRCLASS_INCONSISTENT_SITUATION);
+    } else if (out >= 0 && ::ftruncate(out, 0) == 0 &&
+               (!copyPermissions || ::fchmod(out, source.st_mode & 07777) == 0) && copyBytes(in, out)) {
+        clearError();
+    }
+    ::close(in);
+    if (out >= 0 && ::close(out) != 0 && error_.errorId == KIV_ERRID_NO_ERROR) {
+        setError(KIV_ERRID_FILE_COULD_NOT_COPY, KIV_ERRCLASS_IO_WRITE_PROBLEM);
+    }
+    return error_.errorId == KIV_ERRID_NO_ERROR;
+}
+
+bool KivClFile::copyTo(const KivClLocation& directory, bool copyPermissions) {
+    const KivClFilename target(directory, name_.getFilePart(), nullptr);
+    return copyTo(target, copyPermissions);
+}
+
+bool KivClFile::renameAs(const KivClFilenameABase& target) {
+    setError(KIV_ERRID_FILE_COULD_NOT_RENAME, KIV_ERRCLASS_IO_PERMISSION_DENIED);
+    if (::rename(name_, target) != 0) {
+        if (::access(target, F_OK) == 0) setError(KIV_ERRID_FILE_COULD_NOT_RENAME, KIV_ERRCLASS_IO_ALREADY_IN_USE);
+        return false;
+    }
+    name_ = target;
+    clearError();
+    return true;
+}
+
+bool KivClFile::determineFileInEnvVarPath(KivClFilename& name, const char* variable) const {
+    const char* value = KivClEnvironmentVariableABase(variable).getValue();
+    if (value == nullptr) return false;
+    const KivClFilename filePart(name.getFilePart());
+    char directory[KivClFilenameABase::BUFFER_SIZE];
+    for (const char* entry = value; *entry != '\0';) {
+        const char* end = std::strchr(entry, ':');
+        if (end == nullptr) end = entry + std::strlen(entry);
+        const size_t length = static_cast<size_t>(end - entry);
+        // Empty entries are skipped; so are entries too long for a name.
+        if (length > 0 && length <= KivClFilenameABase::MAX_LENGTH) {
+            std::memcpy(directory, entry, length);
+            directory[length] = '\0';
+            name = filePart;
+            name.setNewPath(directory);
+            if (name.isExistent()) return true;
+        }
+        entry = *end == ':' ? end + 1 : end;
+    }
+    return false;
+}

@@ -1,0 +1,54 @@
+// Executables: names completed from a search path or the working directory.
+#include <unistd.h>
+
+#include "kiv_envvar.hpp"
+#include "kiv_file.hpp"
+
+namespace {
+
+const char* const kUsePathVariable = "KIV_NEWPROCESS_USEPATH";
+const char* const kSystemPathVariable = "PATH";
+
+}  // namespace
+
+KivClExeFile::KivClExeFile(const KivClFilename& name)
+    : KivClFile(name, getDefaultFileType()), foundInSystemPath_(false) {
+    if (name_.hasPath()) {
+        if (name_.isExistent() || !KivClEnvironmentVariableABase(kUsePathVariable).hasValueEnabled()) return;
+        name_.removePath();
+    }
+    if (determineFileInEnvVarPath(name_, kSystemPathVariable)) {
+        foundInSystemPath_ = true;
+    } else {
+        name_.removePath();
+    }
+}
+
+KivClExeFile::KivClExeFile(const KivClFilename& name, const char* defaultExtension, bool tryCurrentDirectory,
+                           const char* variable)
+    : KivClFile(name, defaultExtension), foundInSystemPath_(false) {
+    if (!name_.hasPath()) determinePath(tryCurrentDirectory, variable);
+}
+
+bool KivClExeFile::isFoundInSystemPath() const { return foundInSystemPath_; }
+
+bool KivClExeFile::determinePath(bool tryCurrentDirectory, const char* variable) {
+    if (tryCurrentDirectory) {
+        const KivClFilename local(name_.getFilePart());
+        char cwd[KivClFilenameABase::BUFFER_SIZE];
+        if (local.isExistent() && ::getcwd(cwd, sizeof cwd) != nullptr) {
+            name_ = local;
+            name_.setNewPath(cwd);
+            foundInSystemPath_ = true;
+            return true;
+        }
+    }
+    foundInSystemPath_ =
+        determineFileInEnvVarPath(name_, variable != nullptr ? variable : getSystemPathEnvironmentVariable());
+    if (!foundInSystemPath_) name_.removePath();
+    return foundInSystemPath_;
+}
+
+const char* KivClExeFile::getSystemPathEnvironmentVariable() { return kSystemPathVariable; }
+
+const char* KivClExeFile::getDefaultFileType() { return nullptr; }
