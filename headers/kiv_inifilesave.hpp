@@ -1,0 +1,83 @@
+// Writing an ini file: KivClIniFileSave is an ini file (the whole model of
+// kiv_inifile.hpp) that can also write itself out in the layout its loader
+// reads back.
+//
+// Layout, exactly: the file begins with an empty line and every section
+// header is preceded by one ("\n[name]\n"); an option line reads name, TAB,
+// "=", blank, value, and with a comment TAB, ";", blank, comment, then LF.
+// A text value is written between double quotes, each character escaped by
+// saveChar(), when it holds a ";" or a control character; otherwise as it
+// stands (the loader then trims its outer blanks and interprets its quotes).
+// A double quote inside a quoted value is written as it is, so a value that
+// holds both a double quote and a ";" or control character does not come
+// back unchanged. A text option
+// with an empty value is not written at all. Booleans are written as "ON" or
+// "OFF", numbers in decimal, characters between single quotes.
+//
+// Failures are reported only through the stream's good state; nothing throws
+// except the memory manager on exhausted memory.
+#ifndef KIV_INIFILESAVE_HPP
+#define KIV_INIFILESAVE_HPP
+
+#include <fstream>
+#include <ostream>
+
+#include "kiv_inifile.hpp"
+
+class KivClIniFileSave : public KivClIniFile {
+public:
+    // Names the file as KivClIniFile does; nothing is opened yet.
+    explicit KivClIniFileSave(const KivClFilenameABase& name);
+    // Flushes and closes the output file, then the model is destroyed.
+    ~KivClIniFileSave() override;
+
+    // Opens the named file (once per object: created if missing, emptied
+    // if present) and writes the whole model to it. A second call appends a
+    // second copy after the first one. True when every write succeeded.
+    bool save();
+    // Writes the whole model to output: deleted sections and options and
+    // options with empty values are left out. Returns the stream's good
+    // state after a final flush.
+    bool save(std::ostream& output);
+
+    // Single entries. Each first opens output on the ini file's name when
+    // output is a file stream that is not open yet and this object has not
+    // opened its file; then writes the entry and returns the good state.
+    // A null or empty comment ends the line without a comment.
+    bool saveSection(std::ostream& output, const char* name, const char* comment);
+    bool saveOption(std::ostream& output, const char* name, const char* value, const char* comment);
+    bool saveOptionBool(std::ostream& output, const char* name, bool value, const char* comment);
+    bool saveOption(std::ostream& output, const char* name, int value, const char* comment);
+    bool saveOption(std::ostream& output, const char* name, unsigned int value, const char* comment);
+    bool saveOption(std::ostream& output, const char* name, long value, const char* comment);
+    bool saveOption(std::ostream& output, const char* name, unsigned long value, const char* comment);
+    bool saveOption(std::ostream& output, const char* name, char value, const char* comment);
+
+    // Writes the left-hand side of an option line: name, TAB, "=", blank.
+    bool saveOption(std::ostream& output, const char* name);
+    // Ends a line: TAB, ";", blank, comment, LF; or LF alone.
+    bool saveComment(std::ostream& output, const char* comment) const;
+    // Writes one character of a quoted value: \a \b \f \n \r \t \v and "\\"
+    // for their characters, "\x" and two lowercase hexadecimal digits for any
+    // other control character, anything else as it is.
+    bool saveChar(std::ostream& output, char ch) const;
+
+private:
+    // Opens output on the file name when that is needed (see above).
+    void openIfNeeded(std::ostream& output);
+    // Writes text between double quotes, every character through saveChar,
+    // except that a hexadecimal digit right after a "\x" escape is written
+    // as a "\x" escape too: the loader reads every hexadecimal digit after
+    // "\x" as part of the number, so "\x01" followed by "a" would come back
+    // as the single character 0x1a.
+    void saveQuoted(std::ostream& output, const char* text) const;
+    // Writes ch as "\x" and two lowercase hexadecimal digits.
+    void saveHexEscape(std::ostream& output, char ch) const;
+    template <typename Number>
+    bool saveNumber(std::ostream& output, const char* name, Number value, const char* comment);
+
+    std::ofstream output_;
+    bool opened_;
+};
+
+#endif  // KIV_INIFILESAVE_HPP

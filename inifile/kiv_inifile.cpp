@@ -1,0 +1,281 @@
+// The ini file model: the section list, selection, typed queries and changes.
+#include <cstdlib>
+#include <new>
+
+#include "kiv_inifile.hpp"
+#include "kiv_inifile_convert.hpp"
+#include "kiv_memmgr.hpp"
+#include "kiv_string.hpp"
+
+namespace kivini {
+
+void convertValue(const char* text, long& value) {
+    value = std::atol(text);
+}
+
+void convertValue(const char* text, unsigned long& value) {
+    value = std::strtoul(text, nullptr, 10);
+}
+
+void convertValue(const char* text, int& value) {
+    value = std::atoi(text);
+}
+
+void convertValue(const char* text, unsigned int& value) {
+    value = static_cast<unsigned int>(std::strtoul(text, nullptr, 10));
+}
+
+void convertValue(const char* text, char& value) {
+    if (text[0] == '\'') {
+        value = kivIniFileGetQuotedCharacter(text);
+    } else {
+        value = text[0];
+    }
+}
+
+bool isTrueValue(const char* trueTokens, const char* text) {
+    return kivStrFind(trueTokens, text, true) != nullptr;
+}
+
+}  // namespace kivini
+
+namespace {
+
+KivClIniFileOption* optionIn(const KivClIniFileSection* section, const char* name) {
+    return (section != nullptr && name != nullptr) ? section->findOption(name) : nullptr;
+}
+
+}  // namespace
+
+KivClIniFile::KivClIniFile(const KivClFilenameABase& name)
+    : KivClFile(name, "ini"),
+      firstSection_(nullptr),
+      lastSection_(nullptr),
+      lineNumber_(0),
+      currentSection_(nullptr),
+      errorHandler_(nullptr),
+      handlerData_(nullptr) {}
+
+KivClIniFile::~KivClIniFile() {
+    freeSections();
+}
+
+void KivClIniFile::freeSections() {
+    KivClIniFileSection* section = firstSection_;
+    firstSection_ = nullptr;
+    lastSection_ = nullptr;
+    currentSection_ = nullptr;
+    while (section != nullptr) {
+        KivClIniFileSection* next = section->next_;
+        section->~KivClIniFileSection();
+        kivFree(section);
+        section = next;
+    }
+}
+
+KivClIniFileOption* KivClIniFile::createOption() {
+    return new (kivMalloc(sizeof(KivClIniFileOption))) KivClIniFileOption();
+}
+
+KivClIniFileSection* KivClIniFile::appendSection(const char* name) {
+    KivClIniFileSection* section =
+        new (kivMalloc(sizeof(KivClIniFileSection))) KivClIniFileSection(name);
+    if (lastSection_ == nullptr) {
+        firstSection_ = section;
+    } else {
+        lastSection_->next_ = section;
+    }
+    lastSection_ = section;
+    return section;
+}
+
+KivClIniFileSection* KivClIniFile::findSection(const char* name) const {
+    if (name == nullptr) {
+        return nullptr;
+    }
+    for (KivClIniFileSection* section = firstSection_; section != nullptr; section = section->next_) {
+        if (strcmpi(section->name_, name) == 0) {
+            return section;
+        }
+    }
+    return nullptr;
+}
+
+KivClIniFileOption* KivClIniFile::findSelectedOption(const char* name) const {
+    return optionIn(currentSection_, name);
+}
+
+KivClIniFileSection* KivClIniFile::sectionOf(const KivClIniFileSectionCursor& cursor) const {
+    return &cursor.iniFile_ == this ? cursor.current_ : nullptr;
+}
+
+KivClIniFileOption* KivClIniFile::optionOf(const KivClIniFileOptionCursor& cursor) const {
+    return &cursor.iniFile_ == this ? cursor.current_ : nullptr;
+}
+
+bool KivClIniFile::getSection(const char* name) const {
+    currentSection_ = findSection(name);
+    return currentSection_ != nullptr;
+}
+
+bool KivClIniFile::getOption(const char* name, const char*& value) const {
+    const KivClIniFileOption* option = findSelectedOption(name);
+    if (option == nullptr) {
+        return false;
+    }
+    value = option->getValue();
+    return true;
+}
+
+bool KivClIniFile::getOption(const char* name, const char*& value, const char*& comment) const {
+    const KivClIniFileOption* option = findSelectedOption(name);
+    if (option == nullptr) {
+        return false;
+    }
+    value = option->getValue();
+    comment = option->getComment();
+    return true;
+}
+
+// The typed queries differ only in the target type: look the text up, then
+// convert it.
+#define KIV_INIFILE_TYPED_QUERY(Type)                                                        \
+    bool KivClIniFile::getOption(const char* name, Type& value) const {                      \
+        const char* text = nullptr;                                                          \
+        if (!getOption(name, text)) {                                                        \
+            return false;                                                                    \
+        }                                                                                    \
+        kivini::convertValue(text, value);                                                                \
+        return true;                                                                         \
+    }                                                                                        \
+    bool KivClIniFile::getOption(const char* name, Type& value, const char*& comment) const { \
+        const char* text = nullptr;                                                          \
+        if (!getOption(name, text, comment)) {                                               \
+            return false;                                                                    \
+        }                                                                                    \
+        kivini::convertValue(text, value);                                                                \
+        return true;                                                                         \
+    }
+
+KIV_INIFILE_TYPED_QUERY(long)
+KIV_INIFILE_TYPED_QUERY(unsigned long)
+KIV_INIFILE_TYPED_QUERY(int)
+KIV_INIFILE_TYPED_QUERY(unsigned int)
+KIV_INIFILE_TYPED_QUERY(char)
+
+#undef KIV_INIFILE_TYPED_QUERY
+
+bool KivClIniFile::getOptionBool(const char* name, bool& value) const {
+    const char* text = nullptr;
+    if (!getOption(name, text)) {
+        return false;
+    }
+    value = kivini::isTrueValue(getStringAllTrueTokens(), text);
+    return true;
+}
+
+bool KivClIniFile::getOptionBool(const char* name, bool& value, const char*& comment) const {
+    const char* text = nullptr;
+    if (!getOption(name, text, comment)) {
+        return false;
+    }
+    value = kivini::isTrueValue(getStringAllTrueTokens(), text);
+    return true;
+}
+
+bool KivClIniFile::addSection(const char* name) {
+    currentSection_ = appendSection(name);
+    return true;
+}
+
+bool KivClIniFile::addOptionTo(KivClIniFileSection* section, const char* name, const char* value) {
+    if (section == nullptr || name == nullptr || name[0] == '\0' || section->findOption(name) != nullptr) {
+        return false;
+    }
+    KivClIniFileOption* option = createOption();
+    option->compose(name, value, nullptr, "");
+    section->appendOption(option, nullptr);
+    return true;
+}
+
+bool KivClIniFile::addOption(const char* section, const char* name, const char* value) {
+    return addOptionTo(findSection(section), name, value);
+}
+
+bool KivClIniFile::addOption(const KivClIniFileSectionCursor& cursor, const char* name,
+                             const char* value) {
+    return addOptionTo(sectionOf(cursor), name, value);
+}
+
+bool KivClIniFile::setNewValue(const char* section, const char* name, const char* value) {
+    KivClIniFileOption* option = optionIn(findSection(section), name);
+    if (option == nullptr) {
+        return false;
+    }
+    option->replaceValue(value);
+    return true;
+}
+
+bool KivClIniFile::setNewValue(const KivClIniFileSectionCursor& cursor, const char* name,
+                               const char* value) {
+    KivClIniFileOption* option = optionIn(sectionOf(cursor), name);
+    if (option == nullptr) {
+        return false;
+    }
+    option->replaceValue(value);
+    return true;
+}
+
+bool KivClIniFile::setNewValue(const KivClIniFileOptionCursor& cursor, const char* value) {
+    KivClIniFileOption* option = optionOf(cursor);
+    if (option == nullptr) {
+        return false;
+    }
+    option->replaceValue(value);
+    return true;
+}
+
+bool KivClIniFile::deleteSection(const char* name) {
+    KivClIniFileSection* section = findSection(name);
+    if (section == nullptr) {
+        return false;
+    }
+    section->clear();
+    return true;
+}
+
+bool KivClIniFile::deleteSection(const KivClIniFileSectionCursor& cursor) {
+    KivClIniFileSection* section = sectionOf(cursor);
+    if (section == nullptr) {
+        return false;
+    }
+    section->clear();
+    return true;
+}
+
+bool KivClIniFile::deleteOption(const char* section, const char* name) {
+    KivClIniFileOption* option = optionIn(findSection(section), name);
+    if (option == nullptr) {
+        return false;
+    }
+    option->clear();
+    return true;
+}
+
+bool KivClIniFile::deleteOption(const KivClIniFileSectionCursor& cursor, const char* name) {
+    KivClIniFileOption* option = optionIn(sectionOf(cursor), name);
+    if (option == nullptr) {
+        return false;
+    }
+    option->clear();
+    return true;
+}
+
+bool KivClIniFile::deleteOption(const KivClIniFileOptionCursor& cursor) {
+    KivClIniFileOption* option = optionOf(cursor);
+    if (option == nullptr) {
+        return false;
+    }
+    option->clear();
+    return true;
+}
