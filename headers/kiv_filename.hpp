@@ -36,7 +36,8 @@ public:
     explicit KivClPathProperty(const char* name);
 
     // Stores name (null reads as ""), runs determinePath(), then sets the
-    // style to getStyle(pathStart).
+    // style to getStyle(pathStart), or getStyle(name) when the path proper
+    // is empty (a bare \\server\share is DOS style).
     void init(const char* name);
     // pathStart = name, unless the name begins with two backslashes, a server
     // name of at least one character, a backslash and a share name: then
