@@ -26,6 +26,37 @@ const char* findLiteral(const char* text, char literal, bool caseSensitive) {
     return nullptr;
 }
 
+constexpr size_t NOT_FOUND = static_cast<size_t>(-1);
+
+// One skip-table search of needle (m > 0 bytes, already folded) in the n
+// bytes of subject, where m <= n.
+struct SkipSearch {
+    const unsigned char* subject;
+    size_t n;
+    const unsigned char* needle;
+    size_t m;
+    const uint32_t* skip;
+
+    // Instantiated once per folding, so that the exact search pays nothing
+    // for case handling. Returns the window start or NOT_FOUND.
+    template <typename Fold>
+    size_t run(Fold fold) const {
+        size_t windowEnd = m - 1;  // text index aligned with the pattern's last character
+        while (windowEnd < n) {
+            size_t matched = 0;  // characters matched from the end of the window
+            unsigned char c = fold(subject[windowEnd]);
+            while (c == needle[m - 1 - matched]) {
+                if (++matched == m) return windowEnd + 1 - m;
+                c = fold(subject[windowEnd - matched]);
+            }
+            // Move the window's end skip[c] past the mismatch, and at least one step.
+            const size_t skipped = windowEnd - matched + skip[c];
+            windowEnd = skipped > windowEnd ? skipped : windowEnd + 1;
+        }
+        return NOT_FOUND;
+    }
+};
+
 }  // namespace
 
 KivClStringMatchABase::~KivClStringMatchABase() = default;
@@ -66,25 +97,12 @@ const char* KivClStringSearch::getPattern(const char* text) const {
 
 const char* KivClStringSearch::getPattern(const char* text, unsigned long length) const {
     if (text == nullptr || !usable_ || pattern_ == nullptr) return nullptr;
-    const size_t m = patternLength_;
-    const size_t n = length;
-    if (m == 0) return text;
-    if (m > n) return nullptr;
-    const unsigned char* subject = reinterpret_cast<const unsigned char*>(text);
-    const unsigned char* needle = reinterpret_cast<const unsigned char*>(pattern_);
-    size_t windowEnd = m - 1;  // text index aligned with the pattern's last character
-    while (windowEnd < n) {
-        size_t matched = 0;  // characters matched from the end of the window
-        unsigned char c = fold(subject[windowEnd]);
-        while (c == needle[m - 1 - matched]) {
-            if (++matched == m) return text + (windowEnd + 1 - m);
-            c = fold(subject[windowEnd - matched]);
-        }
-        const size_t mismatchAt = windowEnd - matched;
-        const size_t skipped = mismatchAt + skip_[c];
-        windowEnd = skipped > windowEnd ? skipped : windowEnd + 1;
-    }
-    return nullptr;
+    if (patternLength_ == 0) return text;
+    if (patternLength_ > length) return nullptr;
+    const SkipSearch search{reinterpret_cast<const unsigned char*>(text), length,
+                            reinterpret_cast<const unsigned char*>(pattern_), patternLength_, skip_};
+    const size_t found = ignoreCase_ ? search.run(upperByte) : search.run([](unsigned char c) { return c; });
+    return found == NOT_FOUND ? nullptr : text + found;
 }
 
 // ---------------------------------------------------------------------------

@@ -1,0 +1,144 @@
+// Pattern matching beside the usual alternatives, in one run:
+//  - the skip-table search beside memmem, std::boyer_moore_horspool_searcher
+//    and std::search;
+//  - the wildcard engine beside fnmatch, on ordinary file-name patterns and on
+//    a pathological pattern (thirty "*a" pairs) that makes a plain recursive
+//    matcher exponential.
+#include <benchmark/benchmark.h>
+
+#include <fnmatch.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "kiv_match.hpp"
+
+namespace {
+
+// A text of the given length over a small alphabet, so that partial matches
+// are frequent, with the needle placed at its very end.
+std::string searchText(size_t length, const std::string& needle) {
+    std::mt19937 rng(2024);
+    std::uniform_int_distribution<int> pick(0, 3);
+    std::string text(length - needle.size(), ' ');
+    for (char& c : text) c = "acgt"[pick(rng)];
+    return text + needle;
+}
+
+const std::string NEEDLE = "gattacagattacatt";
+
+void Search_kiv(benchmark::State& state) {
+    const std::string text = searchText(static_cast<size_t>(state.range(0)), NEEDLE);
+    KivClStringSearch search(NEEDLE.c_str(), false);
+    for (auto _ : state) benchmark::DoNotOptimize(search.getPattern(text.data(), text.size()));
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+
+void Search_kivIgnoreCase(benchmark::State& state) {
+    const std::string text = searchText(static_cast<size_t>(state.range(0)), NEEDLE);
+    KivClStringSearch search("GATTACAGATTACATT", true);
+    for (auto _ : state) benchmark::DoNotOptimize(search.getPattern(text.data(), text.size()));
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+
+void Search_memmem(benchmark::State& state) {
+    const std::string text = searchText(static_cast<size_t>(state.range(0)), NEEDLE);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(memmem(text.data(), text.size(), NEEDLE.data(), NEEDLE.size()));
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+
+void Search_stdHorspool(benchmark::State& state) {
+    const std::string text = searchText(static_cast<size_t>(state.range(0)), NEEDLE);
+    const std::boyer_moore_horspool_searcher searcher(NEEDLE.begin(), NEEDLE.end());
+    for (auto _ : state) benchmark::DoNotOptimize(std::search(text.begin(), text.end(), searcher));
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+
+void Search_stdSearch(benchmark::State& state) {
+    const std::string text = searchText(static_cast<size_t>(state.range(0)), NEEDLE);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(std::search(text.begin(), text.end(), NEEDLE.begin(), NEEDLE.end()));
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+
+const std::vector<std::string>& fileNames() {
+    static const std::vector<std::string> names = {
+        "config.ini", "README", "trace.log.1", "kiv_match.cpp", "settings.INI", "a.b.c.ini",
+        ".ini", "notes.txt", "archive.tar.gz", "Makefile", "server-2024-11-23.ini.bak", "x"};
+    return names;
+}
+
+void Wildcard_kivFileNames(benchmark::State& state) {
+    for (auto _ : state) {
+        for (const std::string& name : fileNames()) {
+            benchmark::DoNotOptimize(kivMatchesWildcardPattern("*.in?", name.c_str(), true));
+        }
+    }
+}
+
+void Wildcard_fnmatchFileNames(benchmark::State& state) {
+    for (auto _ : state) {
+        for (const std::string& name : fileNames()) {
+            benchmark::DoNotOptimize(fnmatch("*.in?", name.c_str(), 0));
+        }
+    }
+}
+
+std::string starAPairs(int pairs) {
+    std::string pattern;
+    for (int i = 0; i < pairs; ++i) pattern += "*a";
+    return pattern;
+}
+
+// Thirty "*a" pairs and a final "b" against a long run of "a": no match, and
+// every "*" has many candidate positions.
+void Wildcard_kivPathological(benchmark::State& state) {
+    const std::string pattern = starAPairs(30) + "b";
+    const std::string text(static_cast<size_t>(state.range(0)), 'a');
+    for (auto _ : state) benchmark::DoNotOptimize(kivMatchesWildcardPattern(pattern.c_str(), text.c_str(), true));
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+
+void Wildcard_fnmatchPathological(benchmark::State& state) {
+    const std::string pattern = starAPairs(30) + "b";
+    const std::string text(static_cast<size_t>(state.range(0)), 'a');
+    for (auto _ : state) benchmark::DoNotOptimize(fnmatch(pattern.c_str(), text.c_str(), 0));
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+
+// The same pairs against a text of "a" ending in "b": the pattern's last
+// "a" keeps matching too early, so the last "*" must keep moving.
+void Wildcard_kivAlmostMatch(benchmark::State& state) {
+    const std::string pattern = starAPairs(30);
+    const std::string text = std::string(static_cast<size_t>(state.range(0)), 'a') + "b";
+    for (auto _ : state) benchmark::DoNotOptimize(kivMatchesWildcardPattern(pattern.c_str(), text.c_str(), true));
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+
+void Wildcard_fnmatchAlmostMatch(benchmark::State& state) {
+    const std::string pattern = starAPairs(30);
+    const std::string text = std::string(static_cast<size_t>(state.range(0)), 'a') + "b";
+    for (auto _ : state) benchmark::DoNotOptimize(fnmatch(pattern.c_str(), text.c_str(), 0));
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+
+}  // namespace
+
+BENCHMARK(Search_kiv)->Arg(1 << 10)->Arg(1 << 16);
+BENCHMARK(Search_kivIgnoreCase)->Arg(1 << 10)->Arg(1 << 16);
+BENCHMARK(Search_memmem)->Arg(1 << 10)->Arg(1 << 16);
+BENCHMARK(Search_stdHorspool)->Arg(1 << 10)->Arg(1 << 16);
+BENCHMARK(Search_stdSearch)->Arg(1 << 10)->Arg(1 << 16);
+BENCHMARK(Wildcard_kivFileNames);
+BENCHMARK(Wildcard_fnmatchFileNames);
+BENCHMARK(Wildcard_kivPathological)->Arg(64)->Arg(1 << 12)->Arg(1 << 16);
+BENCHMARK(Wildcard_fnmatchPathological)->Arg(64)->Arg(1 << 12)->Arg(1 << 16);
+BENCHMARK(Wildcard_kivAlmostMatch)->Arg(64)->Arg(1 << 12)->Arg(1 << 16);
+BENCHMARK(Wildcard_fnmatchAlmostMatch)->Arg(64)->Arg(1 << 12)->Arg(1 << 16);
