@@ -3,8 +3,8 @@
 // KivClStringMatchABase so that a caller can hold whichever kind it needs.
 //
 // getPattern(text) returns where the pattern occurs in text (for the wildcard
-// matcher: text itself when the whole text matches), or null. A null text
-// never matches. Matchers do not own the pattern they are given (except for
+// matcher: text itself when the whole text matches), or null. A null pattern
+// or a null text never matches. Matchers do not own the pattern they are given (except for
 // the upper-cased copy a case-insensitive KivClStringSearch keeps), so the
 // pattern must outlive the matcher.
 //

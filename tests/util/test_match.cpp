@@ -167,6 +167,11 @@ TEST(StringSearch, DocumentedCases) {
     EXPECT_EQ(whole.getPattern("exac"), nullptr);
     EXPECT_EQ(whole.getPattern(nullptr), nullptr);
     EXPECT_EQ(whole.getPatternLength(), 5u);
+    for (bool ignoreCase : {false, true}) {
+        KivClStringSearch nullPattern(nullptr, ignoreCase);
+        EXPECT_EQ(nullPattern.getPattern("text"), nullptr);
+        EXPECT_EQ(KivClStringMatchWildcards(nullptr, ignoreCase).getPattern(""), nullptr);
+    }
 }
 
 TEST(StringSearch, LengthAndIgnoreCase) {
