@@ -248,6 +248,52 @@ TEST(Filename, CopiesNeverPointIntoTheSource) {
     expectSelfContained(shortName);
 }
 
+// Derived name types build on the protected helpers; this one opens them.
+class RawFilename : public KivClFilenameABase {
+public:
+    explicit RawFilename(const char* name) : KivClFilenameABase(name) {}
+    using KivClFilenameABase::appendText;
+    using KivClFilenameABase::replaceFilePart;
+};
+
+TEST(Filename, ProtectedHelpersForDerivedNames) {
+    // Appending does not analyse the parts again: the extension reaches on.
+    RawFilename backup("/a/f.txt");
+    backup.appendText(".bak");
+    EXPECT_STREQ(backup.getAsCString(), "/a/f.txt.bak");
+    EXPECT_EQ(backup.getLength(), 12u);
+    EXPECT_STREQ(backup.getExtension(), ".txt.bak");
+    RawFilename plain("/a/Makefile");
+    EXPECT_FALSE(plain.hasExtension());
+    plain.appendText(".bak");
+    EXPECT_TRUE(plain.hasExtension());
+    EXPECT_STREQ(plain.getExtension(), ".bak");
+    plain.appendText(nullptr);
+    EXPECT_EQ(plain.getLength(), 15u);
+
+    const std::string full(4094, 'x');
+    RawFilename nearlyFull(full.c_str());
+    nearlyFull.appendText(".bak");
+    EXPECT_EQ(nearlyFull.getLength(), 4096u);
+    EXPECT_EQ(std::string(nearlyFull.getAsCString()), full + ".b");
+
+    RawFilename temporary("/tmp/old.name");
+    temporary.replaceFilePart("tmpAB123.543");
+    EXPECT_STREQ(temporary.getAsCString(), "/tmp/tmpAB123.543");
+    EXPECT_STREQ(temporary.getExtension(), ".543");
+    EXPECT_EQ(temporary.getLength(), 17u);
+    temporary.replaceFilePart(temporary.getFilePart() + 3);  // overlapping text
+    EXPECT_STREQ(temporary.getAsCString(), "/tmp/AB123.543");
+    temporary.replaceFilePart("");
+    EXPECT_STREQ(temporary.getAsCString(), "/tmp/");
+    EXPECT_FALSE(temporary.hasExtension());
+
+    const std::string longPart(5000, 'p');
+    temporary.replaceFilePart(longPart.c_str());
+    EXPECT_EQ(temporary.getLength(), 4096u);
+    EXPECT_EQ(std::string(temporary.getFilePart()), longPart.substr(0, 4091));
+}
+
 TEST(Filename, ExistenceAndPlatformFacts) {
     kivtest::TempDir dir;
     const std::string file = dir.file("present.txt");
