@@ -1,6 +1,7 @@
-// Pattern matching beside the usual alternatives, in one run:
+// Pattern matching beside the usual alternatives, in one run (names are
+// <Case>_<implementation> for bench/compare):
 //  - the skip-table search beside memmem, std::boyer_moore_horspool_searcher
-//    and std::search;
+//    and std::search, and its case-insensitive form beside strcasestr;
 //  - the wildcard engine beside fnmatch, on ordinary file-name patterns and on
 //    a pathological pattern (thirty "*a" pairs) that makes a plain recursive
 //    matcher exponential.
@@ -38,10 +39,16 @@ void Search_kiv(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
 }
 
-void Search_kivIgnoreCase(benchmark::State& state) {
+void SearchIgnoreCase_kiv(benchmark::State& state) {
     const std::string text = searchText(static_cast<size_t>(state.range(0)), NEEDLE);
     KivClStringSearch search("GATTACAGATTACATT", true);
     for (auto _ : state) benchmark::DoNotOptimize(search.getPattern(text.data(), text.size()));
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+
+void SearchIgnoreCase_strcasestr(benchmark::State& state) {
+    const std::string text = searchText(static_cast<size_t>(state.range(0)), NEEDLE);
+    for (auto _ : state) benchmark::DoNotOptimize(strcasestr(text.c_str(), "GATTACAGATTACATT"));
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
 }
 
@@ -75,7 +82,7 @@ const std::vector<std::string>& fileNames() {
     return names;
 }
 
-void Wildcard_kivFileNames(benchmark::State& state) {
+void WildcardFileNames_kiv(benchmark::State& state) {
     for (auto _ : state) {
         for (const std::string& name : fileNames()) {
             benchmark::DoNotOptimize(kivMatchesWildcardPattern("*.in?", name.c_str(), true));
@@ -83,7 +90,7 @@ void Wildcard_kivFileNames(benchmark::State& state) {
     }
 }
 
-void Wildcard_fnmatchFileNames(benchmark::State& state) {
+void WildcardFileNames_fnmatch(benchmark::State& state) {
     for (auto _ : state) {
         for (const std::string& name : fileNames()) {
             benchmark::DoNotOptimize(fnmatch("*.in?", name.c_str(), 0));
@@ -99,14 +106,14 @@ std::string starAPairs(int pairs) {
 
 // Thirty "*a" pairs and a final "b" against a long run of "a": no match, and
 // every "*" has many candidate positions.
-void Wildcard_kivPathological(benchmark::State& state) {
+void WildcardPathological_kiv(benchmark::State& state) {
     const std::string pattern = starAPairs(30) + "b";
     const std::string text(static_cast<size_t>(state.range(0)), 'a');
     for (auto _ : state) benchmark::DoNotOptimize(kivMatchesWildcardPattern(pattern.c_str(), text.c_str(), true));
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
 }
 
-void Wildcard_fnmatchPathological(benchmark::State& state) {
+void WildcardPathological_fnmatch(benchmark::State& state) {
     const std::string pattern = starAPairs(30) + "b";
     const std::string text(static_cast<size_t>(state.range(0)), 'a');
     for (auto _ : state) benchmark::DoNotOptimize(fnmatch(pattern.c_str(), text.c_str(), 0));
@@ -115,14 +122,14 @@ void Wildcard_fnmatchPathological(benchmark::State& state) {
 
 // The same pairs against a text of "a" ending in "b": the pattern's last
 // "a" keeps matching too early, so the last "*" must keep moving.
-void Wildcard_kivAlmostMatch(benchmark::State& state) {
+void WildcardAlmostMatch_kiv(benchmark::State& state) {
     const std::string pattern = starAPairs(30);
     const std::string text = std::string(static_cast<size_t>(state.range(0)), 'a') + "b";
     for (auto _ : state) benchmark::DoNotOptimize(kivMatchesWildcardPattern(pattern.c_str(), text.c_str(), true));
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
 }
 
-void Wildcard_fnmatchAlmostMatch(benchmark::State& state) {
+void WildcardAlmostMatch_fnmatch(benchmark::State& state) {
     const std::string pattern = starAPairs(30);
     const std::string text = std::string(static_cast<size_t>(state.range(0)), 'a') + "b";
     for (auto _ : state) benchmark::DoNotOptimize(fnmatch(pattern.c_str(), text.c_str(), 0));
@@ -132,13 +139,14 @@ void Wildcard_fnmatchAlmostMatch(benchmark::State& state) {
 }  // namespace
 
 BENCHMARK(Search_kiv)->Arg(1 << 10)->Arg(1 << 16);
-BENCHMARK(Search_kivIgnoreCase)->Arg(1 << 10)->Arg(1 << 16);
+BENCHMARK(SearchIgnoreCase_kiv)->Arg(1 << 10)->Arg(1 << 16);
+BENCHMARK(SearchIgnoreCase_strcasestr)->Arg(1 << 10)->Arg(1 << 16);
 BENCHMARK(Search_memmem)->Arg(1 << 10)->Arg(1 << 16);
 BENCHMARK(Search_stdHorspool)->Arg(1 << 10)->Arg(1 << 16);
 BENCHMARK(Search_stdSearch)->Arg(1 << 10)->Arg(1 << 16);
-BENCHMARK(Wildcard_kivFileNames);
-BENCHMARK(Wildcard_fnmatchFileNames);
-BENCHMARK(Wildcard_kivPathological)->Arg(64)->Arg(1 << 12)->Arg(1 << 16);
-BENCHMARK(Wildcard_fnmatchPathological)->Arg(64)->Arg(1 << 12)->Arg(1 << 16);
-BENCHMARK(Wildcard_kivAlmostMatch)->Arg(64)->Arg(1 << 12)->Arg(1 << 16);
-BENCHMARK(Wildcard_fnmatchAlmostMatch)->Arg(64)->Arg(1 << 12)->Arg(1 << 16);
+BENCHMARK(WildcardFileNames_kiv);
+BENCHMARK(WildcardFileNames_fnmatch);
+BENCHMARK(WildcardPathological_kiv)->Arg(64)->Arg(1 << 12)->Arg(1 << 16);
+BENCHMARK(WildcardPathological_fnmatch)->Arg(64)->Arg(1 << 12)->Arg(1 << 16);
+BENCHMARK(WildcardAlmostMatch_kiv)->Arg(64)->Arg(1 << 12)->Arg(1 << 16);
+BENCHMARK(WildcardAlmostMatch_fnmatch)->Arg(64)->Arg(1 << 12)->Arg(1 << 16);
