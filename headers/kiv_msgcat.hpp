@@ -129,7 +129,10 @@ public:
     unsigned long replaceVars(char* out, unsigned long outSize, const char* text,
                               const char* const* vars, unsigned long varCount) const;
 
-    // The message text, or the failure text; never null.
+    // The message text, or the failure text; never null. A failure text is
+    // "UNABLE TO LOAD MESSAGE #<id> FROM CATALOG: " (catalog open) or
+    // "UNABLE TO LOAD MESSAGE CATALOG: " (no catalog file) followed by the
+    // catalog's whole file name, so it may exceed 4096 characters.
     const char* getText() const { return text_; }
     // The text is the message itself, not a failure text.
     bool isLoaded() const { return loaded_; }

@@ -10,7 +10,8 @@ const char* const kivLibraryMessageTable[KIV_MSGTABLE_LIBRARY_ENTRIES] = {
     /*   1 */ "[KIV-LIBRARY]",
 
     // A text showing the percent escape and all ten variables.
-    /*   2 */ "Percent:%% Arg1:%1 Arg2:%2 Arg3:%3 Arg4:%4 Arg5:%5 Arg6:%6 Arg7:%7 Arg8:%8 Arg9:%9 Arg10:%10",
+    /*   2 */ "Percent:%% Arg1:%1 Arg2:%2 Arg3:%3 Arg4:%4 Arg5:%5 Arg6:%6 Arg7:%7 "
+              "Arg8:%8 Arg9:%9 Arg10:%10",
 
     // Console UI: answers, limits, help characters, built-in switch names, the
     // default marker.
