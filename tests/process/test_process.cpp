@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -78,6 +79,20 @@ TEST(SyncProcess, ExitCodesAndFailures) {
     EXPECT_FALSE(none.launch());
     EXPECT_EQ(none.getError().errorId, KIV_ERRID_PROCESS_COULD_NOT_LAUNCH);
     EXPECT_EQ(none.getError().errorClass, KIV_ERRCLASS_UNKNOWN_PROCESS);
+
+    // A failing fork leaves its errno as the result. Root ignores the process
+    // limit, so the child drops to an ordinary user first.
+    const kivtest::ChildResult limited = kivtest::runInChild([] {
+        const struct rlimit none = {0, 0};
+        if (::setgid(65534) != 0 || ::setuid(65534) != 0 || ::setrlimit(RLIMIT_NPROC, &none) != 0) return 10;
+        ShellRun run("exit 0");
+        if (run.process.launch()) return 1;
+        const _KivStError& error = run.process.getError();
+        if (error.errorId != KIV_ERRID_PROCESS_COULD_NOT_LAUNCH || error.errorClass != KIV_ERRCLASS_UNKNOWN_PROCESS)
+            return 2;
+        return run.process.getResult() == EAGAIN ? 0 : 3;
+    });
+    EXPECT_TRUE(limited.exited && limited.exitCode == 0) << limited.exitCode;
 
     // Ended by a signal: 128 + signal, as a shell reports it.
     ShellRun killed("kill -9 $$");
