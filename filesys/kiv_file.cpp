@@ -61,6 +61,12 @@ bool copyBytes(int in, int out) {
     }
 }
 
+// Empties out, gives it the mode of source when one is given, and copies in.
+bool replaceContents(int in, int out, const struct stat* source) {
+    return ::ftruncate(out, 0) == 0 && (source == nullptr || ::fchmod(out, source->st_mode & 07777) == 0) &&
+           copyBytes(in, out);
+}
+
 // Appends text of length characters to out at position used, within the
 // 4096-character limit. False when it does not fit.
 bool appendBounded(char* out, size_t& used, const char* text, size_t length) {
@@ -230,21 +236,19 @@ bool KivClFile::copyTo(const KivClFilenameABase& target, bool copyPermissions) {
         setError(KIV_ERRID_FILE_COULD_NOT_COPY, KIV_ERRCLASS_IO_READ_PROBLEM);
         return false;
     }
-    // The target is truncated only once it is known to be another regular
-    // file than the source, so that no alias of the source is ever emptied.
+    setError(KIV_ERRID_FILE_COULD_NOT_COPY, KIV_ERRCLASS_IO_WRITE_PROBLEM);
     struct stat existing;
     const int out = openRegular(target, O_RDWR | O_CREAT | O_NOFOLLOW, existing);
-    setError(KIV_ERRID_FILE_COULD_NOT_COPY, KIV_ERRCLASS_IO_WRITE_PROBLEM);
-    if (out >= 0 && existing.st_dev == source.st_dev && existing.st_ino == source.st_ino) {
-        setError(KIV_ERRID_FILE_COULD_NOT_COPY_SELF, KIV_ERRCLASS_INCONSISTENT_SITUATION);
-    } else if (out >= 0 && ::ftruncate(out, 0) == 0 &&
-               (!copyPermissions || ::fchmod(out, source.st_mode & 07777) == 0) && copyBytes(in, out)) {
-        clearError();
+    if (out >= 0) {
+        // The target is truncated only once it is known to be another file
+        // than the source, so that no alias of the source (a hard link, a
+        // name with "./" in it) is ever emptied.
+        const bool self = existing.st_dev == source.st_dev && existing.st_ino == source.st_ino;
+        if (self) setError(KIV_ERRID_FILE_COULD_NOT_COPY_SELF, KIV_ERRCLASS_INCONSISTENT_SITUATION);
+        const bool copied = !self && replaceContents(in, out, copyPermissions ? &source : nullptr);
+        if (::close(out) == 0 && copied) clearError();
     }
     ::close(in);
-    if (out >= 0 && ::close(out) != 0 && error_.errorId == KIV_ERRID_NO_ERROR) {
-        setError(KIV_ERRID_FILE_COULD_NOT_COPY, KIV_ERRCLASS_IO_WRITE_PROBLEM);
-    }
     return error_.errorId == KIV_ERRID_NO_ERROR;
 }
 
