@@ -1,6 +1,7 @@
 // Names for new files: unused temporary names and backup names.
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstring>
 
 #include "kiv_envvar.hpp"
@@ -18,11 +19,16 @@ const unsigned long kAlphabetSize = sizeof kRandomAlphabet - 1;
 const size_t kBaseNameLength = 8;
 const size_t kMaxPrefixLength = 5;
 
-// Something of this name exists; a dangling symbolic link counts too, since
-// a file created under the name would follow it.
-bool nameIsTaken(const char* name) {
+enum class NameState { Free, Taken, Unusable };
+
+// Free only when the name is known not to exist. Anything of that name, a
+// dangling symbolic link too (a file created under the name would follow
+// it), takes it; any other failure to look (a directory that is a file, no
+// search permission, a name too long) makes every name there unusable.
+NameState examineName(const char* name) {
     struct stat info;
-    return ::lstat(name, &info) == 0;
+    if (::lstat(name, &info) == 0) return NameState::Taken;
+    return errno == ENOENT ? NameState::Free : NameState::Unusable;
 }
 
 // The last three digits of the process id, units digit first.
@@ -101,7 +107,9 @@ void KivClTmpFilename::initPrefix(const char* prefix) {
         // A directory too long to leave room for the whole file part would
         // give a cut name that is not ours to use.
         if (std::strcmp(getFilePart(), filePart) != 0) break;
-        if (!nameIsTaken(getAsCString())) return;
+        const NameState state = examineName(getAsCString());
+        if (state == NameState::Free) return;
+        if (state == NameState::Unusable) break;
     }
     init("");
 }

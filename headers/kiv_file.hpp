@@ -192,8 +192,10 @@ private:
 // A name is drawn again while anything (a file, directory or link, even a
 // dangling one) of that name exists. The name is only chosen, not created.
 // Path separators in the prefix are replaced by '_'; a null prefix means
-// "tmp". When no free name is found after a bounded number of draws the
-// object holds the empty name.
+// "tmp". The object holds the empty name when no name can be shown to be
+// free: the directory cannot be searched (it is a file, or access is
+// denied), the directory leaves no room for the file part within 4096
+// characters, or MAX_ATTEMPTS draws all hit existing names.
 class KivClTmpFilename : public KivClFilenameABase {
 public:
     // In kivGetTmpDirectory(), prefix "tmp".

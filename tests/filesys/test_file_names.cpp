@@ -102,6 +102,11 @@ TEST(TmpFilename, DirectoriesFromEveryConstructor) {
     const std::string deep = "/" + std::string(4090, 'd');
     const KivClTmpFilename tooLong(deep.c_str(), "x");
     EXPECT_STREQ(tooLong.getAsCString(), "");
+    // A directory that cannot hold files: no name can be shown to be free.
+    kivtest::writeFile(dir.file("plain"), "");
+    EXPECT_STREQ(KivClTmpFilename(dir.file("plain").c_str(), "x").getAsCString(), "");
+    // A missing directory holds no files, so any name there is free.
+    expectTmpName(KivClTmpFilename(dir.file("later").c_str(), "x"), dir.file("later"), "x");
 }
 
 TEST(TmpFilename, NeverNamesAnExistingFile) {
