@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <iostream>
 
 #include "kiv_file.hpp"
 #include "kiv_memmgr.hpp"
@@ -106,6 +107,10 @@ long KivClNewProcessABase::forkAndExec() {
     prepareLaunch();
     // The vector is built before fork so that the child does not allocate.
     char** vector = buildArgumentVector();
+    // Pending output of ours goes out before the child's, and only once.
+    std::cout.flush();
+    std::cerr.flush();
+    std::clog.flush();
     std::fflush(nullptr);
     const pid_t pid = ::fork();
     if (pid == 0) {

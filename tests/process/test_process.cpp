@@ -73,12 +73,15 @@ TEST(SyncProcess, ExitCodesAndFailures) {
     EXPECT_FALSE(all.process.launch());
     EXPECT_EQ(all.process.getError().errorId, KIV_ERRID_PROCESS_COULD_NOT_LAUNCH);
 
-    ::unsetenv("KIV_NEWPROCESS_USEPATH");
+    const char* usePath = std::getenv("KIV_NEWPROCESS_USEPATH");
+    const std::string savedUsePath = usePath != nullptr ? usePath : "";
+    ::unsetenv("KIV_NEWPROCESS_USEPATH");  // keeps the missing name as it is
     const KivClExeFile missing(KivClFilename("/no/such/program"));
     KivClNewSyncProcess none(missing);
     EXPECT_FALSE(none.launch());
     EXPECT_EQ(none.getError().errorId, KIV_ERRID_PROCESS_COULD_NOT_LAUNCH);
     EXPECT_EQ(none.getError().errorClass, KIV_ERRCLASS_UNKNOWN_PROCESS);
+    if (usePath != nullptr) ::setenv("KIV_NEWPROCESS_USEPATH", savedUsePath.c_str(), 1);
 
     // A failing fork leaves its errno as the result. Root ignores the process
     // limit, so the child drops to an ordinary user first.
@@ -143,6 +146,13 @@ TEST(AsyncProcess, ReturnsAtOnceAndLeavesNoZombie) {
             EXPECT_EQ(async.getError().errorId, 0u);
             EXPECT_TRUE(waitUntilGone(pid));  // reaped by the kernel, no zombie
         }
+
+        // A program that cannot be started is not reported asynchronously.
+        const KivClExeFile missing(KivClFilename("/no/such/program"));
+        KivClNewAsyncProcess none(missing);
+        EXPECT_TRUE(none.launch());
+        EXPECT_GT(none.getResult(), 0);
+        EXPECT_TRUE(waitUntilGone(none.getResult()));
 
         // A synchronous launch still gets its exit code while SIGCHLD is ignored.
         ShellRun after("exit 7");
