@@ -47,7 +47,9 @@ class KivClIniFileOptionCursor;
 
 // Receives every loader report: the error {id, USER_DATA_ERROR}, the number
 // of the offending line (comment lines counted) and the caller's data.
-// Returns true to go on loading, false to stop.
+// Returns true to go on loading, false to stop. The handler must not change
+// the ini file or select a section in it while loading goes on: the loader
+// adds options to the selected section.
 typedef bool (*KivPfuIniFileErrorHandler)(const _KivStError& error, unsigned int line,
                                           void* userData);
 

@@ -165,12 +165,15 @@ private:
     bool handleHeader(const char* line);
     bool handleContinuation(const char* text);
     bool handleOption(const char* line);
+    // The last option of tailSection_, so appending needs no walk while the
+    // loader stays in one section.
+    KivClIniFileOption* tailOf(KivClIniFileSection* section);
 
     KivClIniFile& iniFile_;
     const bool newSectionForEveryHeader_;
     const bool continuationLines_;
     KivClIniFileOption* lastOption_ = nullptr;
-    // The last option of the current section, so appending needs no walk.
+    KivClIniFileSection* tailSection_ = nullptr;
     KivClIniFileOption* tailOption_ = nullptr;
 };
 
@@ -202,16 +205,19 @@ bool KivClIniFile::Loader::handleHeader(const char* line) {
     kivStrCopyUntil(sectionName, name, ']', sizeof(sectionName));
 
     KivClIniFileSection* section = newSectionForEveryHeader_ ? nullptr : iniFile_.findSection(sectionName);
-    tailOption_ = nullptr;
-    if (section == nullptr) {
-        section = iniFile_.appendSection(sectionName);
-    } else {
+    iniFile_.currentSection_ = section != nullptr ? section : iniFile_.appendSection(sectionName);
+    return true;
+}
+
+KivClIniFileOption* KivClIniFile::Loader::tailOf(KivClIniFileSection* section) {
+    if (section != tailSection_) {
+        tailSection_ = section;
+        tailOption_ = nullptr;
         for (KivClIniFileOption* option = section->firstOption_; option != nullptr; option = option->next_) {
             tailOption_ = option;
         }
     }
-    iniFile_.currentSection_ = section;
-    return true;
+    return tailOption_;
 }
 
 bool KivClIniFile::Loader::handleContinuation(const char* text) {
@@ -246,7 +252,8 @@ bool KivClIniFile::Loader::handleOption(const char* line) {
     ValueParser parsed(equals + 1);
     KivClIniFileOption* option = createOption();
     const bool whole = option->compose(name, parsed.getValue(), nullptr, parsed.getComment());
-    iniFile_.currentSection_->appendOption(option, tailOption_);
+    KivClIniFileSection* section = iniFile_.currentSection_;
+    section->appendOption(option, tailOf(section));
     tailOption_ = option;
     lastOption_ = option;
     if (!whole || parsed.wasCut()) {
