@@ -115,8 +115,8 @@ public:
     // target gets the source's mode. Errors:
     //  - FILE_COULD_NOT_COPY_SELF / INCONSISTENT_SITUATION when target is
     //    the source itself: the same name, or another name of the same file
-    //    (same device and inode: hard links, symbolic links, "./f"). Nothing
-    //    is truncated then.
+    //    (same device and inode: a hard link, a name with "./" in it, a
+    //    source that is a symbolic link to target). Nothing is truncated.
     //  - FILE_COULD_NOT_COPY / IO_READ_PROBLEM when the source cannot be
     //    opened or is not a regular file;
     //  - FILE_COULD_NOT_COPY / IO_WRITE_PROBLEM when the target cannot be

@@ -104,6 +104,11 @@ TEST(File, CopyOntoItselfNeverTruncates) {
         expectError(file, KIV_ERRID_FILE_COULD_NOT_COPY_SELF, KIV_ERRCLASS_INCONSISTENT_SITUATION);
         EXPECT_EQ(kivtest::readFile(dir.file("f")), "precious") << alias;
     }
+    // Through a symbolic link as source: still the same file.
+    KivClFile viaLink = fileAt(dir.file("soft"));
+    EXPECT_FALSE(viaLink.copyTo(KivClFilename(dir.file("f").c_str()), false));
+    expectError(viaLink, KIV_ERRID_FILE_COULD_NOT_COPY_SELF, KIV_ERRCLASS_INCONSISTENT_SITUATION);
+    EXPECT_EQ(kivtest::readFile(dir.file("f")), "precious");
     // A symbolic link as target is never followed.
     EXPECT_FALSE(file.copyTo(KivClFilename(dir.file("soft").c_str()), false));
     expectError(file, KIV_ERRID_FILE_COULD_NOT_COPY, KIV_ERRCLASS_IO_WRITE_PROBLEM);
