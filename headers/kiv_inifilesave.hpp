@@ -31,9 +31,11 @@ public:
     // Flushes and closes the output file, then the model is destroyed.
     ~KivClIniFileSave() override;
 
-    // Opens the named file (once per object: created if missing, emptied
-    // if present) and writes the whole model to it. A second call appends a
-    // second copy after the first one. True when every write succeeded.
+    // Opens the named file unless this object has opened it already (also
+    // when a single-entry call opened it on another stream): created if
+    // missing, emptied if present. Then writes the whole model to it, so a
+    // second call appends a second copy after the first one. True when
+    // every write succeeded.
     bool save();
     // Writes the whole model to output: deleted sections and options and
     // options with empty values are left out. Returns the stream's good

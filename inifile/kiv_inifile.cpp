@@ -45,6 +45,27 @@ KivClIniFileOption* optionIn(const KivClIniFileSection* section, const char* nam
     return (section != nullptr && name != nullptr) ? section->findOption(name) : nullptr;
 }
 
+// The typed queries: look the value text up, then convert it.
+template <typename Type>
+bool typedQuery(const KivClIniFile& ini, const char* name, Type& value) {
+    const char* text = nullptr;
+    if (!ini.getOption(name, text)) {
+        return false;
+    }
+    kivini::convertValue(text, value);
+    return true;
+}
+
+template <typename Type>
+bool typedQuery(const KivClIniFile& ini, const char* name, Type& value, const char*& comment) {
+    const char* text = nullptr;
+    if (!ini.getOption(name, text, comment)) {
+        return false;
+    }
+    kivini::convertValue(text, value);
+    return true;
+}
+
 }  // namespace
 
 KivClIniFile::KivClIniFile(const KivClFilenameABase& name)
@@ -137,33 +158,45 @@ bool KivClIniFile::getOption(const char* name, const char*& value, const char*& 
     return true;
 }
 
-// The typed queries differ only in the target type: look the text up, then
-// convert it.
-#define KIV_INIFILE_TYPED_QUERY(Type)                                                        \
-    bool KivClIniFile::getOption(const char* name, Type& value) const {                      \
-        const char* text = nullptr;                                                          \
-        if (!getOption(name, text)) {                                                        \
-            return false;                                                                    \
-        }                                                                                    \
-        kivini::convertValue(text, value);                                                                \
-        return true;                                                                         \
-    }                                                                                        \
-    bool KivClIniFile::getOption(const char* name, Type& value, const char*& comment) const { \
-        const char* text = nullptr;                                                          \
-        if (!getOption(name, text, comment)) {                                               \
-            return false;                                                                    \
-        }                                                                                    \
-        kivini::convertValue(text, value);                                                                \
-        return true;                                                                         \
-    }
+bool KivClIniFile::getOption(const char* name, long& value) const {
+    return typedQuery(*this, name, value);
+}
 
-KIV_INIFILE_TYPED_QUERY(long)
-KIV_INIFILE_TYPED_QUERY(unsigned long)
-KIV_INIFILE_TYPED_QUERY(int)
-KIV_INIFILE_TYPED_QUERY(unsigned int)
-KIV_INIFILE_TYPED_QUERY(char)
+bool KivClIniFile::getOption(const char* name, long& value, const char*& comment) const {
+    return typedQuery(*this, name, value, comment);
+}
 
-#undef KIV_INIFILE_TYPED_QUERY
+bool KivClIniFile::getOption(const char* name, unsigned long& value) const {
+    return typedQuery(*this, name, value);
+}
+
+bool KivClIniFile::getOption(const char* name, unsigned long& value, const char*& comment) const {
+    return typedQuery(*this, name, value, comment);
+}
+
+bool KivClIniFile::getOption(const char* name, int& value) const {
+    return typedQuery(*this, name, value);
+}
+
+bool KivClIniFile::getOption(const char* name, int& value, const char*& comment) const {
+    return typedQuery(*this, name, value, comment);
+}
+
+bool KivClIniFile::getOption(const char* name, unsigned int& value) const {
+    return typedQuery(*this, name, value);
+}
+
+bool KivClIniFile::getOption(const char* name, unsigned int& value, const char*& comment) const {
+    return typedQuery(*this, name, value, comment);
+}
+
+bool KivClIniFile::getOption(const char* name, char& value) const {
+    return typedQuery(*this, name, value);
+}
+
+bool KivClIniFile::getOption(const char* name, char& value, const char*& comment) const {
+    return typedQuery(*this, name, value, comment);
+}
 
 bool KivClIniFile::getOptionBool(const char* name, bool& value) const {
     const char* text = nullptr;

@@ -3,6 +3,25 @@
 #include "kiv_inifile_convert.hpp"
 #include "kiv_string.hpp"
 
+namespace {
+
+// The name search of both cursors: the current entry first, then every
+// entry from the first; without a match the cursor is left not valid.
+template <typename Cursor>
+bool searchByName(Cursor& cursor, const char* name) {
+    if (cursor.matches(name)) {
+        return true;
+    }
+    for (cursor.setToFirst(); cursor.isValid(); cursor.setToNext()) {
+        if (cursor.matches(name)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
 KivClIniFileSectionCursor::KivClIniFileSectionCursor(const KivClIniFile& iniFile)
     : iniFile_(iniFile), first_(iniFile.firstSection_), current_(nullptr) {}
 
@@ -21,19 +40,7 @@ bool KivClIniFileSectionCursor::setToNext() {
 }
 
 bool KivClIniFileSectionCursor::setTo(const char* name) {
-    if (name == nullptr) {
-        current_ = nullptr;
-        return false;
-    }
-    if (matches(name)) {
-        return true;
-    }
-    for (setToFirst(); isValid(); setToNext()) {
-        if (matches(name)) {
-            return true;
-        }
-    }
-    return false;
+    return searchByName(*this, name);
 }
 
 bool KivClIniFileSectionCursor::matches(const char* name) const {
@@ -72,19 +79,7 @@ bool KivClIniFileOptionCursor::setToNext() {
 }
 
 bool KivClIniFileOptionCursor::setTo(const char* name) {
-    if (name == nullptr) {
-        current_ = nullptr;
-        return false;
-    }
-    if (matches(name)) {
-        return true;
-    }
-    for (setToFirst(); isValid(); setToNext()) {
-        if (matches(name)) {
-            return true;
-        }
-    }
-    return false;
+    return searchByName(*this, name);
 }
 
 bool KivClIniFileOptionCursor::matches(const char* name) const {
