@@ -283,7 +283,9 @@ bool KivClFile::determineFileInEnvVarPath(KivClFilename& name, const char* varia
             directory[length] = '\0';
             name = filePart;
             name.setNewPath(directory);
-            if (name.isExistent()) return true;
+            // A name cut at the length limit would name some other file.
+            const bool whole = std::strcmp(name.getFilePart(), filePart.getAsCString()) == 0;
+            if (whole && name.isExistent()) return true;
         }
         entry = *end == ':' ? end + 1 : end;
     }

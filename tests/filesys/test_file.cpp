@@ -281,7 +281,11 @@ TEST(FilePath, SearchesAlongPathVariables) {
     ASSERT_EQ(::mkdir(dir.file("one").c_str(), 0755), 0);
     ASSERT_EQ(::mkdir(dir.file("two").c_str(), 0755), 0);
     kivtest::writeFile(dir.file("two/prog"), "#!/bin/sh\n");
-    const std::string search = "::" + dir.file("one") + "::" + dir.file("two") + ":";
+    // Empty entries and entries too long for a name are skipped.
+    const std::string tooLong = "/" + std::string(5000, 'x');
+    const std::string nearLimit = "/" + std::string(4092, 'y');
+    const std::string search =
+        "::" + tooLong + ":" + nearLimit + ":" + dir.file("one") + "::" + dir.file("two") + ":";
     ScopedEnv var("KIV_TEST_SEARCH", search.c_str());
     const KivClFile any(KivClFilename("x"));
 
