@@ -113,6 +113,7 @@ long KivClNewProcessABase::forkAndExec() {
     std::clog.flush();
     std::fflush(nullptr);
     const pid_t pid = ::fork();
+    const int forkErrno = errno;
     if (pid == 0) {
         // The program must not inherit an ignored SIGCHLD from us.
         std::signal(SIGCHLD, SIG_DFL);
@@ -123,8 +124,8 @@ long KivClNewProcessABase::forkAndExec() {
     }
     kivFree(vector);
     if (pid < 0) {
-        result_ = errno;
-        if (errno == ENOMEM) error_.errorClass = KIV_ERRCLASS_OUT_OF_MEMORY;
+        result_ = forkErrno;
+        if (forkErrno == ENOMEM) error_.errorClass = KIV_ERRCLASS_OUT_OF_MEMORY;
         return -1;
     }
     return pid;
