@@ -222,11 +222,17 @@ bool KivClIniFile::addSection(const char* name) {
 }
 
 bool KivClIniFile::addOptionTo(KivClIniFileSection* section, const char* name, const char* value) {
-    if (section == nullptr || name == nullptr || name[0] == '\0' || section->findOption(name) != nullptr) {
+    if (section == nullptr || name == nullptr || name[0] == '\0') {
+        return false;
+    }
+    // Compared as it will be stored, so that a cut name cannot duplicate one.
+    char storedName[KivClIniFileOption::NAME_LIMIT + 1];
+    kivStrCopyUntil(storedName, name, '\0', sizeof(storedName));
+    if (section->findOption(storedName) != nullptr) {
         return false;
     }
     KivClIniFileOption* option = createOption();
-    option->compose(name, value, nullptr, "");
+    option->compose(storedName, value, nullptr, "");
     section->appendOption(option, nullptr);
     return true;
 }

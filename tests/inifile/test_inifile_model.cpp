@@ -192,6 +192,7 @@ TEST(IniModel, AddingSectionsAndOptions) {
     const std::string longName(2000, 'N');
     const std::string longValue(2000, 'v');
     EXPECT_TRUE(ini.addOption("Dup", longName.c_str(), "x"));
+    EXPECT_FALSE(ini.addOption("Dup", (longName + "different tail").c_str(), "x"));
     EXPECT_TRUE(ini.addOption("Dup", "short", longValue.c_str()));
     ASSERT_TRUE(ini.getSection("Dup"));
     EXPECT_TRUE(ini.getOption(std::string(1022, 'N').c_str(), value));
