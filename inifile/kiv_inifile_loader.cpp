@@ -280,6 +280,12 @@ bool KivClIniFile::loadFromBuffer(const char* buffer, unsigned int length, char 
 
 bool KivClIniFile::load(std::istream& input, char delimiter, bool newSectionForEveryHeader,
                         bool continuationLines) {
+    // However loading ends (a stop, the end, or exhausted memory), no
+    // section stays selected.
+    struct SelectionReset {
+        KivClIniFileSection*& section;
+        ~SelectionReset() { section = nullptr; }
+    } selectionReset{currentSection_};
     Loader loader(*this, newSectionForEveryHeader, continuationLines);
     char line[LINE_SIZE];
     bool goOn = true;
@@ -296,7 +302,6 @@ bool KivClIniFile::load(std::istream& input, char delimiter, bool newSectionForE
             break;
         }
     }
-    currentSection_ = nullptr;
     return goOn;
 }
 

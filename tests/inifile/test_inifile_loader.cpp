@@ -10,6 +10,7 @@
 #include "kiv_envvar.hpp"
 #include "kiv_filename.hpp"
 #include "kiv_inifile.hpp"
+#include "kiv_memmgr.hpp"
 #include "kiv_test_support.hpp"
 
 namespace {
@@ -75,6 +76,17 @@ size_t optionCount(const KivClIniFile& ini, const char* section) {
         ++count;
     }
     return count;
+}
+
+// An allocator that grants a fixed number of blocks, then fails.
+int allocationsLeft = 0;
+
+void* limitedAllocator(unsigned int size) {
+    if (allocationsLeft <= 0) {
+        return nullptr;
+    }
+    --allocationsLeft;
+    return KivClMemoryManager::systemAllocator(size);
 }
 
 }  // namespace
@@ -434,4 +446,28 @@ TEST(IniLoader, QuotedCharacterHelpers) {
     kivIniFileQuotedStrCopy(out, in);
     EXPECT_STREQ(buffer, "unterminated");
     EXPECT_STREQ(in, "");
+}
+
+TEST(IniLoader, ExhaustedMemoryThrowsAndKeepsWhatWasLoaded) {
+    KivClIniFile ini(KivClFilename("unused"));
+    const std::string text = "[A]\na=1\nb=2\n[B]\nc=3\n";
+    allocationsLeft = 3;
+    kivSetNewMemoryManager(&limitedAllocator, &KivClMemoryManager::systemReallocator,
+                           &KivClMemoryManager::systemDeallocator);
+    bool thrown = false;
+    try {
+        loadText(ini, text);
+    } catch (const KivClExceptionFatal& exception) {
+        thrown = exception.getError().errorClass == KIV_ERRCLASS_OUT_OF_MEMORY;
+    }
+    kivSetNewMemoryManager(&KivClMemoryManager::systemAllocator, &KivClMemoryManager::systemReallocator,
+                           &KivClMemoryManager::systemDeallocator);
+    EXPECT_TRUE(thrown);
+    EXPECT_EQ(ini.getSelectedSection(), nullptr);
+    EXPECT_EQ(ini.getLineNumber(), 4u);
+    EXPECT_EQ(sectionNames(ini), std::vector<std::string>{"A"});
+    EXPECT_EQ(value(ini, "A", "b"), "2");
+    // The object stays usable: loading again goes on after the failure.
+    EXPECT_TRUE(loadText(ini, text));
+    EXPECT_EQ(sectionNames(ini), (std::vector<std::string>{"A", "A", "B"}));
 }
