@@ -12,23 +12,7 @@
 
 namespace {
 
-// Sets (or with null unsets) an environment variable for one scope.
-class ScopedEnv {
-public:
-    ScopedEnv(const char* name, const char* value) : name_(name) {
-        const char* old = std::getenv(name);
-        hadValue_ = old != nullptr;
-        if (hadValue_) old_ = old;
-        if (value != nullptr) ::setenv(name, value, 1); else ::unsetenv(name);
-    }
-    ~ScopedEnv() {
-        if (hadValue_) ::setenv(name_.c_str(), old_.c_str(), 1); else ::unsetenv(name_.c_str());
-    }
-
-private:
-    std::string name_, old_;
-    bool hadValue_ = false;
-};
+using kivtest::ScopedEnv;
 
 // Changes the working directory for one scope.
 class ScopedCwd {

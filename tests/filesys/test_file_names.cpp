@@ -14,24 +14,6 @@ namespace {
 
 const char kAlphabet[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ@#!%_";
 
-// Sets (or with null unsets) TMP for one scope.
-class ScopedTmp {
-public:
-    explicit ScopedTmp(const char* value) {
-        const char* old = std::getenv("TMP");
-        hadValue_ = old != nullptr;
-        if (hadValue_) old_ = old;
-        if (value != nullptr) ::setenv("TMP", value, 1); else ::unsetenv("TMP");
-    }
-    ~ScopedTmp() {
-        if (hadValue_) ::setenv("TMP", old_.c_str(), 1); else ::unsetenv("TMP");
-    }
-
-private:
-    std::string old_;
-    bool hadValue_ = false;
-};
-
 // The extension every temporary name of this process carries: the last three
 // digits of the process id, units first.
 std::string pidExtension() {
@@ -57,19 +39,19 @@ void expectTmpName(const KivClFilenameABase& name, const std::string& dir, const
 
 TEST(TmpFilename, TemporaryDirectoryFromTmp) {
     {
-        ScopedTmp unset(nullptr);
+        kivtest::ScopedEnv unset("TMP", nullptr);
         EXPECT_STREQ(kivGetTmpDirectory(), "/tmp");
         expectTmpName(KivClTmpFilename(), "/tmp", "tmp");
     }
     {
-        ScopedTmp empty("");
+        kivtest::ScopedEnv empty("TMP", "");
         EXPECT_STREQ(kivGetTmpDirectory(), "");  // set, even though empty
         const KivClTmpFilename bare("abc");
         EXPECT_EQ(std::strlen(bare.getAsCString()), 12u);
         EXPECT_FALSE(bare.hasPath());
     }
     kivtest::TempDir dir;
-    ScopedTmp tmp(dir.path().c_str());
+    kivtest::ScopedEnv tmp("TMP", dir.path().c_str());
     EXPECT_EQ(std::string(kivGetTmpDirectory()), dir.path());
     expectTmpName(KivClTmpFilename(), dir.path(), "tmp");
     expectTmpName(KivClTmpFilename("trace"), dir.path(), "trace");

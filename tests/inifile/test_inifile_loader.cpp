@@ -10,10 +10,13 @@
 #include "kiv_envvar.hpp"
 #include "kiv_filename.hpp"
 #include "kiv_inifile.hpp"
+#include "ini_test_helpers.hpp"
 #include "kiv_memmgr.hpp"
 #include "kiv_test_support.hpp"
 
 namespace {
+
+using kivtest::sectionNames;
 
 using Report = std::pair<uint32_t, unsigned int>;
 
@@ -55,15 +58,6 @@ std::string comment(const KivClIniFile& ini, const char* section, const char* na
         return "<missing>";
     }
     return note;
-}
-
-std::vector<std::string> sectionNames(const KivClIniFile& ini) {
-    std::vector<std::string> names;
-    KivClIniFileSectionCursor cursor(ini);
-    for (cursor.setToFirst(); cursor.isValid(); cursor.setToNext()) {
-        names.emplace_back(cursor.getSection());
-    }
-    return names;
 }
 
 size_t optionCount(const KivClIniFile& ini, const char* section) {

@@ -7,8 +7,11 @@
 
 #include "kiv_filename.hpp"
 #include "kiv_inifile.hpp"
+#include "ini_test_helpers.hpp"
 
 namespace {
+
+using kivtest::sectionNames;
 
 const char kSample[] =
     "[Numbers]\n"
@@ -41,15 +44,6 @@ std::vector<std::string> optionNames(const KivClIniFile& ini, const KivClIniFile
     KivClIniFileOptionCursor cursor(ini, section);
     for (cursor.setToFirst(); cursor.isValid(); cursor.setToNext()) {
         names.emplace_back(cursor.getOption());
-    }
-    return names;
-}
-
-std::vector<std::string> sectionNames(const KivClIniFile& ini) {
-    std::vector<std::string> names;
-    KivClIniFileSectionCursor cursor(ini);
-    for (cursor.setToFirst(); cursor.isValid(); cursor.setToNext()) {
-        names.emplace_back(cursor.getSection());
     }
     return names;
 }

@@ -73,15 +73,15 @@ TEST(SyncProcess, ExitCodesAndFailures) {
     EXPECT_FALSE(all.process.launch());
     EXPECT_EQ(all.process.getError().errorId, KIV_ERRID_PROCESS_COULD_NOT_LAUNCH);
 
-    const char* usePath = std::getenv("KIV_NEWPROCESS_USEPATH");
-    const std::string savedUsePath = usePath != nullptr ? usePath : "";
-    ::unsetenv("KIV_NEWPROCESS_USEPATH");  // keeps the missing name as it is
-    const KivClExeFile missing(KivClFilename("/no/such/program"));
-    KivClNewSyncProcess none(missing);
-    EXPECT_FALSE(none.launch());
-    EXPECT_EQ(none.getError().errorId, KIV_ERRID_PROCESS_COULD_NOT_LAUNCH);
-    EXPECT_EQ(none.getError().errorClass, KIV_ERRCLASS_UNKNOWN_PROCESS);
-    if (usePath != nullptr) ::setenv("KIV_NEWPROCESS_USEPATH", savedUsePath.c_str(), 1);
+    {
+        // Without the search switch the missing name is kept as it is.
+        const kivtest::ScopedEnv noSearch("KIV_NEWPROCESS_USEPATH", nullptr);
+        const KivClExeFile missing(KivClFilename("/no/such/program"));
+        KivClNewSyncProcess none(missing);
+        EXPECT_FALSE(none.launch());
+        EXPECT_EQ(none.getError().errorId, KIV_ERRID_PROCESS_COULD_NOT_LAUNCH);
+        EXPECT_EQ(none.getError().errorClass, KIV_ERRCLASS_UNKNOWN_PROCESS);
+    }
 
     // A failing fork leaves its errno as the result. Root ignores the process
     // limit, so the child drops to an ordinary user first.

@@ -63,6 +63,21 @@ ChildResult runInChild(const std::function<int()>& body);
 // Runs a shell command line and collects its result the same way.
 ChildResult runShell(const std::string& command);
 
+// Sets (or, with a null value, unsets) an environment variable for one
+// scope and restores its previous state afterwards.
+class ScopedEnv {
+public:
+    ScopedEnv(const char* name, const char* value);
+    ~ScopedEnv();
+    ScopedEnv(const ScopedEnv&) = delete;
+    ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+private:
+    std::string name_;
+    std::string old_;
+    bool hadValue_ = false;
+};
+
 std::string readFile(const std::string& path);
 void writeFile(const std::string& path, const std::string& content);
 bool fileExists(const std::string& path);
