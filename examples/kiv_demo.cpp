@@ -1,11 +1,30 @@
-// A small client of the library: shows error records and their message
-// numbers, the replaceable allocator and its exceptions, number and string
-// helpers, and environment switches.
+// A small client of the library: shows error records and their printable
+// names from the library message table, the replaceable allocator and its
+// exceptions, number and string helpers, and environment switches.
 #include <cstdio>
+#include <string>
 
 #include "kiv.hpp"
 
 namespace {
+
+// The library's own texts, from its built-in message table (no catalog file
+// named "kiv_demo" exists, so the catalog falls back to the table).
+struct LibraryTexts {
+    LibraryTexts() : catalog(KivClFilename("kiv_demo")) {
+        catalog.useStringTable(kivLibraryMessageTable, KIV_MSGTABLE_LIBRARY_COUNT);
+    }
+    KivClMessageCatalog catalog;
+};
+
+const KivClMessageCatalog& libraryTexts() {
+    static LibraryTexts texts;
+    return texts.catalog;
+}
+
+std::string nameOf(unsigned long messageId) {
+    return KivClMessage(libraryTexts(), messageId).getText();
+}
 
 void showLibrary() {
     std::printf("library level %s, built %s, ship code %s\n", kivLibraryGetLevel(),
@@ -14,9 +33,11 @@ void showLibrary() {
 
 void showErrorNumbers() {
     const _KivStError error{KIV_ERRID_FILE_COULD_NOT_COPY, KIV_ERRCLASS_IO_PROBLEM};
-    std::printf("error %u has name message %lu, class %u has name message %lu\n",
-                static_cast<unsigned>(error.errorId), kivErrorGetIdAsMessageId(error.errorId),
-                static_cast<unsigned>(error.errorClass),
+    std::printf("error %u is %s (message %lu), class %u is %s (message %lu)\n",
+                static_cast<unsigned>(error.errorId),
+                nameOf(kivErrorGetIdAsMessageId(error.errorId)).c_str(),
+                kivErrorGetIdAsMessageId(error.errorId), static_cast<unsigned>(error.errorClass),
+                nameOf(kivErrorGetClassAsMessageId(error.errorClass)).c_str(),
                 kivErrorGetClassAsMessageId(error.errorClass));
 }
 
@@ -30,9 +51,13 @@ void showAllocator() {
     try {
         kivMalloc(64);
     } catch (const KivClExceptionFatal& fatal) {
-        std::printf("user allocator failed: error %u (name message %lu) raised at %s\n",
-                    static_cast<unsigned>(fatal.getError().errorId),
-                    kivErrorGetIdAsMessageId(fatal.getError().errorId), fatal.getModule());
+        const _KivStUserError& error = fatal.getError();
+        std::printf("user allocator failed: %s, class %s, severity %s, action %s, raised at %s\n",
+                    nameOf(kivErrorGetIdAsMessageId(error.errorId)).c_str(),
+                    nameOf(kivErrorGetClassAsMessageId(error.errorClass)).c_str(),
+                    nameOf(kivErrorGetSeverityAsMessageId(error.severity)).c_str(),
+                    nameOf(kivErrorGetActionAsMessageId(error.action)).c_str(),
+                    fatal.getModule());
     }
     kivSetNewMemoryManager(KivClMemoryManager::systemAllocator, nullptr,
                            KivClMemoryManager::systemDeallocator);
