@@ -93,9 +93,10 @@ void KivClMessageCatalog::init() {
         return;
     }
     // A file without message 1 is not one of our catalogs: treat it as absent.
+    // Message 1 loads exactly when the lookup finds it; asking the lookup
+    // directly allocates nothing, so no exception can leave the handle open.
     open_ = true;
-    KivClMessage probe(*this, 1);
-    if (!probe.isLoaded()) {
+    if (lookUp(1) == nullptr) {
         catclose(handle_);
         handle_ = CATALOG_CLOSED;
         open_ = false;

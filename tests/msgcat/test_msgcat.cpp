@@ -1,13 +1,16 @@
-// Message catalogs: real catalog files built with gencat, the ".cat" name
-// rule, the message-1 probe, the default catalog and the string-table check.
+// Message catalogs on real catalog files built with gencat: set 1 lookups,
+// the ".cat" name rule, the message-1 probe, the locale and the default
+// catalog, plus the string-table signature check.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <clocale>
 #include <cstdlib>
-#include <cstring>
 #include <string>
+#include <vector>
 
+#include "kiv_exception.hpp"
+#include "kiv_memmgr.hpp"
 #include "kiv_msgcat.hpp"
 #include "kiv_test_support.hpp"
 
@@ -15,209 +18,158 @@ namespace {
 
 using kivtest::ScopedEnv;
 
-// Restores the process locale when the scope ends.
-class ScopedLocale {
-public:
-    ScopedLocale() : saved_(std::setlocale(LC_ALL, nullptr)) {}
-    ~ScopedLocale() { std::setlocale(LC_ALL, saved_.c_str()); }
-
-private:
-    std::string saved_;
-};
-
-// Builds dir/<base>.cat from a gencat message source.
-std::string buildCatalog(const kivtest::TempDir& dir, const std::string& base,
-                         const std::string& source) {
-    const std::string sourceFile = dir.file(base + ".msg");
-    const std::string catalogFile = dir.file(base + ".cat");
-    kivtest::writeFile(sourceFile, source);
-    const kivtest::ChildResult result =
-        kivtest::runShell("gencat '" + catalogFile + "' '" + sourceFile + "'");
-    EXPECT_TRUE(result.exited && result.exitCode == 0) << "gencat failed: " << result.err;
-    EXPECT_TRUE(kivtest::fileExists(catalogFile));
-    return catalogFile;
-}
-
 const char* const kTable[] = {"[KIV_MSGTAB_SIGNATURE] 3", "table one", "table two",
                               "[KIV_MSGTAB_SIGNATURE]"};
 
+// Every catalog construction sets the process locale: run each test with
+// LC_ALL=C and put the locale back afterwards.
+class CatalogFile : public ::testing::Test {
+protected:
+    ~CatalogFile() override { std::setlocale(LC_ALL, savedLocale_.c_str()); }
+
+    // Builds dir_/<base>.cat from a gencat message source; returns its path.
+    std::string build(const std::string& base, const std::string& source) {
+        const std::string msg = dir_.file(base + ".msg");
+        const std::string cat = dir_.file(base + ".cat");
+        kivtest::writeFile(msg, source);
+        const kivtest::ChildResult result = kivtest::runShell("gencat '" + cat + "' '" + msg + "'");
+        EXPECT_TRUE(result.exited && result.exitCode == 0) << "gencat failed: " << result.err;
+        return cat;
+    }
+
+    std::string savedLocale_{std::setlocale(LC_ALL, nullptr)};
+    ScopedEnv lcAll_{"LC_ALL", "C"};
+    kivtest::TempDir dir_;
+};
+
+void* refuseAllocation(unsigned int) { return nullptr; }
+
+// Makes every library allocation fail for one scope.
+struct RefusedAllocations {
+    RefusedAllocations() {
+        kivSetNewMemoryManager(&refuseAllocation, &KivClMemoryManager::systemReallocator,
+                               &KivClMemoryManager::systemDeallocator);
+    }
+    ~RefusedAllocations() {
+        kivSetNewMemoryManager(&KivClMemoryManager::systemAllocator,
+                               &KivClMemoryManager::systemReallocator,
+                               &KivClMemoryManager::systemDeallocator);
+    }
+};
+
 }  // namespace
 
-TEST(MessageCatalog, OpensACatalogFileAndReadsSetOne) {
-    ScopedEnv lcAll("LC_ALL", "C");
-    ScopedLocale locale;
-    kivtest::TempDir dir;
-    const std::string file = buildCatalog(dir, "tool",
-                                          "$set 1\n"
-                                          "1 first message\n"
-                                          "2 value <%1> and <%2>, 100%%\n"
-                                          "4 \n"
-                                          "$set 2\n"
-                                          "3 only in set two\n");
-    KivClMessageCatalog catalog(KivClFilename(dir.file("tool.cat").c_str()));
-    ASSERT_TRUE(catalog.isOpen());
-    EXPECT_FALSE(catalog.isDefaultCatalog());
-    EXPECT_STREQ(catalog.getAsCString(), file.c_str());
-
-    KivClMessage message(catalog, 1);
-    EXPECT_TRUE(message.isLoaded());
-    EXPECT_STREQ(message.getText(), "first message");
-    message.setNewMessageId(2, "x");
-    EXPECT_STREQ(message.getText(), "value <x> and <???" ">, 100%");
-    message.setNewMessageId(4);
-    EXPECT_TRUE(message.isLoaded());
-    EXPECT_STREQ(message.getText(), "");
-
-    // Set 2 is never consulted; missing numbers give the numbered failure.
-    message.setNewMessageId(3);
-    EXPECT_FALSE(message.isLoaded());
-    EXPECT_EQ(std::string(message.getText()),
-              "UNABLE TO LOAD MESSAGE #3 FROM CATALOG: " + file);
-    message.setNewMessageId(0);
-    EXPECT_FALSE(message.isLoaded());
-    EXPECT_EQ(std::string(message.getText()),
-              "UNABLE TO LOAD MESSAGE #0 FROM CATALOG: " + file);
-    message.setNewMessageId(4294967295ul);
-    EXPECT_EQ(std::string(message.getText()),
-              "UNABLE TO LOAD MESSAGE #4294967295 FROM CATALOG: " + file);
-
-    // A string table is ignored while the file is open.
-    catalog.useStringTable(kTable, 3);
-    message.setNewMessageId(1);
-    EXPECT_STREQ(message.getText(), "first message");
-}
-
-TEST(MessageCatalog, NameTakesTheCatalogExtension) {
-    ScopedEnv lcAll("LC_ALL", "C");
-    ScopedLocale locale;
-    kivtest::TempDir dir;
-    const std::string file = buildCatalog(dir, "msgs", "$set 1\n1 hello\n");
-    for (const char* given : {"msgs.txt", "msgs", "msgs.cat"}) {
-        KivClMessageCatalog catalog(KivClFilename(dir.file(given).c_str()));
+TEST_F(CatalogFile, ReadsSetOneUnderTheCatalogName) {
+    const std::string file = build("tool",
+                                   "$set 1\n1 first message\n2 value <%1> and <%2>, 100%%\n4 \n"
+                                   "5 " + std::string(5000, 'q') + "\n$set 2\n3 only in set two\n");
+    for (const char* given : {"tool.txt", "tool", "tool.cat"}) {
+        KivClMessageCatalog catalog(KivClFilename(dir_.file(given).c_str()));
         EXPECT_STREQ(catalog.getAsCString(), file.c_str()) << given;
         EXPECT_TRUE(catalog.isOpen()) << given;
-        EXPECT_STREQ(KivClMessage(catalog, 1).getText(), "hello") << given;
+        EXPECT_FALSE(catalog.isDefaultCatalog()) << given;
     }
-    KivClMessageCatalog other(KivClFilename(dir.file("msgs.txt.old").c_str()));
-    EXPECT_STREQ(other.getAsCString(), dir.file("msgs.txt.cat").c_str());
+    KivClMessageCatalog other(KivClFilename(dir_.file("tool.txt.old").c_str()));
+    EXPECT_STREQ(other.getAsCString(), dir_.file("tool.txt.cat").c_str());
     EXPECT_FALSE(other.isOpen());
+
+    KivClMessageCatalog catalog(KivClFilename(file.c_str()));
+    catalog.useStringTable(kTable, 3);  // ignored while the file is open
+    const struct {
+        unsigned long id;
+        const char* var;
+        std::string text;
+        bool loaded;
+    } cases[] = {
+        {1, nullptr, "first message", true},
+        {2, "x", "value <x> and <???" ">, 100%", true},
+        {4, nullptr, "", true},
+        {5, nullptr, std::string(4096, 'q'), true},
+        {3, nullptr, "UNABLE TO LOAD MESSAGE #3 FROM CATALOG: " + file, false},  // set 2 only
+        {0, nullptr, "UNABLE TO LOAD MESSAGE #0 FROM CATALOG: " + file, false},
+        {4294967295ul, nullptr, "UNABLE TO LOAD MESSAGE #4294967295 FROM CATALOG: " + file, false},
+    };
+    for (const auto& c : cases) {
+        KivClMessage message(catalog, c.id, c.var);
+        EXPECT_EQ(message.getText(), c.text) << c.id;
+        EXPECT_EQ(message.isLoaded(), c.loaded) << c.id;
+    }
 }
 
-TEST(MessageCatalog, CatalogWithoutMessageOneCountsAsNoCatalog) {
-    ScopedEnv lcAll("LC_ALL", "C");
-    ScopedLocale locale;
-    kivtest::TempDir dir;
-    const std::string file = buildCatalog(dir, "partial", "$set 1\n2 second\n3 third\n");
-    KivClMessageCatalog catalog(KivClFilename(file.c_str()));
-    EXPECT_FALSE(catalog.isOpen());
-
-    KivClMessage message(catalog, 2);
-    EXPECT_FALSE(message.isLoaded());
-    EXPECT_EQ(std::string(message.getText()), "UNABLE TO LOAD MESSAGE CATALOG: " + file);
-
+TEST_F(CatalogFile, FilesWithoutMessageOneAreNoCatalog) {
+    const std::string partial = build("partial", "$set 1\n2 second\n3 third\n");
+    kivtest::writeFile(dir_.file("junk.cat"), std::string(64, '\x7f') + "not a catalog");
+    kivtest::writeFile(dir_.file("empty.cat"), "");
+    ASSERT_EQ(::mkdir(dir_.file("sub.cat").c_str(), 0700), 0);
+    for (const char* name : {"partial.cat", "junk.cat", "empty.cat", "missing.cat", "sub.cat"}) {
+        KivClMessageCatalog catalog(KivClFilename(dir_.file(name).c_str()));
+        EXPECT_FALSE(catalog.isOpen()) << name;
+        KivClMessage message(catalog, 2);
+        EXPECT_FALSE(message.isLoaded()) << name;
+        EXPECT_EQ(message.getText(), "UNABLE TO LOAD MESSAGE CATALOG: " + dir_.file(name));
+    }
+    // Such a catalog falls back to a string table.
+    KivClMessageCatalog catalog(KivClFilename(partial.c_str()));
     catalog.useStringTable(kTable, 3);
-    message.setNewMessageId(2);
+    KivClMessage message(catalog, 2);
     EXPECT_TRUE(message.isLoaded());
     EXPECT_STREQ(message.getText(), "table two");
-    message.setNewMessageId(3);
-    EXPECT_FALSE(message.isLoaded());
 }
 
-TEST(MessageCatalog, UnreadableOrMissingFilesAreNotOpen) {
-    ScopedEnv lcAll("LC_ALL", "C");
-    ScopedLocale locale;
-    kivtest::TempDir dir;
-    kivtest::writeFile(dir.file("junk.cat"), std::string(64, '\x7f') + "not a catalog");
-    kivtest::writeFile(dir.file("empty.cat"), "");
-    for (const char* name : {"junk.cat", "empty.cat", "missing.cat"}) {
-        KivClMessageCatalog catalog(KivClFilename(dir.file(name).c_str()));
-        EXPECT_FALSE(catalog.isOpen()) << name;
-        KivClMessage message(catalog, 1);
-        EXPECT_FALSE(message.isLoaded()) << name;
-        EXPECT_EQ(std::string(message.getText()),
-                  "UNABLE TO LOAD MESSAGE CATALOG: " + dir.file(name));
-    }
-    // A directory of that name is no catalog either.
-    ASSERT_EQ(::mkdir((dir.path() + "/sub.cat").c_str(), 0700), 0);
-    KivClMessageCatalog directory(KivClFilename((dir.path() + "/sub.cat").c_str()));
-    EXPECT_FALSE(directory.isOpen());
+TEST_F(CatalogFile, OpeningAllocatesNothing) {
+    const std::string file = build("big", "$set 1\n1 " + std::string(200, 'b') + "\n");
+    RefusedAllocations refused;
+    KivClMessageCatalog catalog(KivClFilename(file.c_str()));
+    EXPECT_TRUE(catalog.isOpen());
+    EXPECT_THROW({ KivClMessage message(catalog, 1); }, KivClExceptionFatal);
 }
 
-TEST(MessageCatalog, FailureTextKeepsAVeryLongCatalogName) {
-    kivtest::TempDir dir;
-    std::string name = dir.path() + "/";
+TEST_F(CatalogFile, FailureTextKeepsAVeryLongCatalogName) {
+    std::string name = dir_.path() + "/";
     while (name.size() < 4075) name += "component/";
     name += "c.txt";
     KivClMessageCatalog catalog(KivClFilename(name.c_str()));
     EXPECT_FALSE(catalog.isOpen());
     const std::string expected =
         "UNABLE TO LOAD MESSAGE CATALOG: " + name.substr(0, name.size() - 3) + "cat";
-    KivClMessage message(catalog, 5);
     EXPECT_GT(expected.size(), 4096u);
-    EXPECT_EQ(std::string(message.getText()), expected);
+    EXPECT_EQ(KivClMessage(catalog, 5).getText(), expected);
 }
 
-TEST(MessageCatalog, LongMessagesFromAFileAreCutAtTheLimit) {
-    ScopedEnv lcAll("LC_ALL", "C");
-    ScopedLocale locale;
-    kivtest::TempDir dir;
-    const std::string longText(5000, 'q');
-    const std::string file = buildCatalog(
-        dir, "long", "$set 1\n1 " + std::string(81, 'k') + "\n2 " + longText + "\n3 %1" + "\n");
-    KivClMessageCatalog catalog(KivClFilename(file.c_str()));
-    ASSERT_TRUE(catalog.isOpen());
-    KivClMessage message(catalog, 1);
-    EXPECT_EQ(std::string(message.getText()), std::string(81, 'k'));
-    message.setNewMessageId(2);
-    EXPECT_EQ(std::string(message.getText()), std::string(4096, 'q'));
-    message.setNewMessageId(3, longText.c_str());
-    EXPECT_EQ(std::string(message.getText()), std::string(4096, 'q'));
-}
-
-TEST(MessageCatalog, LocaleIsTakenFromTheEnvironmentOrFallsBackToC) {
-    ScopedLocale locale;
+TEST_F(CatalogFile, LocaleComesFromTheEnvironmentOrFallsBackToC) {
     if (std::setlocale(LC_ALL, "C.UTF-8") == nullptr) {
         GTEST_SKIP() << "the C.UTF-8 locale is not available";
     }
-    std::setlocale(LC_ALL, "C");
-    kivtest::TempDir dir;
-    const std::string file = buildCatalog(dir, "loc", "$set 1\n1 one\n");
-    ScopedEnv lcAll("LC_ALL", "C.UTF-8");
-
+    const std::string file = build("loc", "$set 1\n1 one\n");
+    ScopedEnv utf8("LC_ALL", "C.UTF-8");
     KivClMessageCatalog opened(KivClFilename(file.c_str()));
     EXPECT_TRUE(opened.isOpen());
     EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C.UTF-8");
 
-    // When the first attempt fails the process is left in the "C" locale.
-    KivClMessageCatalog missing(KivClFilename(dir.file("none.cat").c_str()));
+    // A failed first attempt leaves the process in the "C" locale.
+    KivClMessageCatalog missing(KivClFilename(dir_.file("none.cat").c_str()));
     EXPECT_FALSE(missing.isOpen());
     EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
 
-    // An unknown locale in the environment does not keep a file from opening.
     ScopedEnv bogus("LC_ALL", "xx_XX.NOSUCH");
     KivClMessageCatalog stillOpened(KivClFilename(file.c_str()));
     EXPECT_TRUE(stillOpened.isOpen());
 }
 
-TEST(MessageCatalog, DefaultCatalogIsFoundAlongNlsPath) {
-    ScopedEnv lcAll("LC_ALL", "C");
-    ScopedLocale locale;
-    kivtest::TempDir dir;
+TEST_F(CatalogFile, DefaultCatalogIsFoundAlongNlsPath) {
+    ScopedEnv path("NLSPATH", (dir_.path() + "/%N").c_str());
     {
-        ScopedEnv path("NLSPATH", (dir.path() + "/%N").c_str());
         KivClMessageCatalog absent;
         EXPECT_TRUE(absent.isDefaultCatalog());
         EXPECT_FALSE(absent.isOpen());
         EXPECT_STREQ(absent.getAsCString(), ".cat");
     }
-    buildCatalog(dir, "", "$set 1\n1 default catalog\n");
-    ScopedEnv path("NLSPATH", (dir.path() + "/%N").c_str());
+    build("", "$set 1\n1 default catalog\n");
     KivClMessageCatalog catalog;
     EXPECT_TRUE(catalog.isDefaultCatalog());
     ASSERT_TRUE(catalog.isOpen());
     EXPECT_STREQ(KivClMessage(catalog, 1).getText(), "default catalog");
-    EXPECT_EQ(std::string(KivClMessage(catalog, 9).getText()),
-              "UNABLE TO LOAD MESSAGE #9 FROM CATALOG: .cat");
+    EXPECT_STREQ(KivClMessage(catalog, 9).getText(), "UNABLE TO LOAD MESSAGE #9 FROM CATALOG: .cat");
 }
 
 TEST(MessageCatalog, MessageNumbersAndStringTableSignatures) {
@@ -225,22 +177,29 @@ TEST(MessageCatalog, MessageNumbersAndStringTableSignatures) {
     EXPECT_TRUE(KivClMessageCatalog::isValidMessageId(1));
     EXPECT_TRUE(KivClMessageCatalog::isValidMessageId(4294967295ul));
 
-    EXPECT_TRUE(KivClMessageCatalog::isValidStringTable(kTable, 3));
-    // A count that disagrees with the signature is refused before the table
-    // is read at that count (the sanitizer build would see an overrun).
-    EXPECT_FALSE(KivClMessageCatalog::isValidStringTable(kTable, 2));
-    EXPECT_FALSE(KivClMessageCatalog::isValidStringTable(kTable, 4));
-    EXPECT_FALSE(KivClMessageCatalog::isValidStringTable(kTable, 30));
+    const std::string close = "[KIV_MSGTAB_SIGNATURE]";
+    const struct {
+        std::vector<const char*> table;
+        unsigned long count;
+        bool valid;
+    } cases[] = {
+        {{kTable[0], kTable[1], kTable[2], kTable[3]}, 3, true},
+        {{"[KIV_MSGTAB_SIGNATURE] 1", close.c_str()}, 1, true},
+        // A count that disagrees with entry 0 is refused before entry count
+        // is read, so the sanitizer build would catch an overrun here.
+        {{kTable[0], kTable[1], kTable[2], kTable[3]}, 2, false},
+        {{kTable[0], kTable[1], kTable[2], kTable[3]}, 4, false},
+        {{kTable[0], kTable[1], kTable[2], kTable[3]}, 30, false},
+        {{"[KIV_MSGTAB_SIGNATURE] 1", "[KIV_MSGTAB_SIGNATURE] "}, 1, false},
+        {{"[KIV_MSGTAB_SIGNATURE]1", close.c_str()}, 1, false},
+        {{"[KIV_MSGTAB_SIGNATURE] 1x", close.c_str()}, 1, false},
+        {{nullptr, close.c_str()}, 1, false},
+        {{"[KIV_MSGTAB_SIGNATURE] 1", nullptr}, 1, false},
+    };
+    for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
+        EXPECT_EQ(KivClMessageCatalog::isValidStringTable(cases[i].table.data(), cases[i].count),
+                  cases[i].valid)
+            << "case " << i;
+    }
     EXPECT_FALSE(KivClMessageCatalog::isValidStringTable(nullptr, 3));
-
-    const char* const unclosed[] = {"[KIV_MSGTAB_SIGNATURE] 1", "[KIV_MSGTAB_SIGNATURE] "};
-    EXPECT_FALSE(KivClMessageCatalog::isValidStringTable(unclosed, 1));
-    const char* const noBlank[] = {"[KIV_MSGTAB_SIGNATURE]1", "[KIV_MSGTAB_SIGNATURE]"};
-    EXPECT_FALSE(KivClMessageCatalog::isValidStringTable(noBlank, 1));
-    const char* const trailing[] = {"[KIV_MSGTAB_SIGNATURE] 1x", "[KIV_MSGTAB_SIGNATURE]"};
-    EXPECT_FALSE(KivClMessageCatalog::isValidStringTable(trailing, 1));
-    const char* const nullEntry[] = {nullptr, "[KIV_MSGTAB_SIGNATURE]"};
-    EXPECT_FALSE(KivClMessageCatalog::isValidStringTable(nullEntry, 1));
-    const char* const minimal[] = {"[KIV_MSGTAB_SIGNATURE] 1", "[KIV_MSGTAB_SIGNATURE]"};
-    EXPECT_TRUE(KivClMessageCatalog::isValidStringTable(minimal, 1));
 }
