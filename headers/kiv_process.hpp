@@ -82,7 +82,9 @@ private:
 // failed execve produces) is reported as PROCESS_COULD_NOT_LAUNCH; a child
 // ended by a signal yields the result 128 + signal number, as a shell does.
 // The launch waits for its own child only (other children are left alone)
-// and works even after an asynchronous launch has set SIGCHLD to be ignored.
+// and works even after an asynchronous launch has set SIGCHLD to be ignored:
+// SIGCHLD is then at its default while the launch waits, and children that
+// ended meanwhile are reaped when it is ignored again, so none stays a zombie.
 class KivClNewSyncProcess : public KivClNewProcessABase {
 public:
     explicit KivClNewSyncProcess(const KivClExeFile& executable);

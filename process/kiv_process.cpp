@@ -40,6 +40,25 @@ void setChildSignal(void (*handler)(int), struct sigaction* previous) {
     ::sigaction(SIGCHLD, &action, previous);
 }
 
+// While SIGCHLD is ignored the kernel discards exit statuses, so a waiting
+// launch switches it to the default for as long as it waits. Returns whether
+// it did; previous then holds the disposition to put back.
+bool stopIgnoringChildren(struct sigaction& previous) {
+    ::sigaction(SIGCHLD, nullptr, &previous);
+    const bool ignored = previous.sa_handler == SIG_IGN || (previous.sa_flags & SA_NOCLDWAIT) != 0;
+    if (ignored) setChildSignal(SIG_DFL, nullptr);
+    return ignored;
+}
+
+// Puts the ignoring disposition back. Children that ended in between were
+// not reaped by the kernel: reap them here, as nobody else can wait for them.
+void resumeIgnoringChildren(const struct sigaction& previous) {
+    ::sigaction(SIGCHLD, &previous, nullptr);
+    int status = 0;
+    while (::waitpid(-1, &status, WNOHANG) > 0) {
+    }
+}
+
 }  // namespace
 
 KivClNewProcessABase::KivClNewProcessABase(const KivClExeFile& executable)
@@ -89,6 +108,8 @@ void KivClNewProcessABase::addArgument(unsigned long value) {
 
 void KivClNewProcessABase::prepareLaunch() {
     error_ = {KIV_ERRID_PROCESS_COULD_NOT_LAUNCH, KIV_ERRCLASS_UNKNOWN_PROCESS};
+    // One end mark, however often the launcher is started.
+    argumentsLength_ = argumentsEnd_;
     appendBytes("", 1);
 }
 
@@ -134,14 +155,13 @@ long KivClNewProcessABase::forkAndExec() {
 KivClNewSyncProcess::KivClNewSyncProcess(const KivClExeFile& executable) : KivClNewProcessABase(executable) {}
 
 bool KivClNewSyncProcess::launch() {
-    // An earlier asynchronous launch may have set SIGCHLD to be ignored, which
-    // would make the kernel discard the exit status we wait for.
+    // An earlier asynchronous launch may have set SIGCHLD to be ignored.
     struct sigaction previous;
-    setChildSignal(SIG_DFL, &previous);
+    const bool wasIgnoring = stopIgnoringChildren(previous);
     const long pid = forkAndExec();
     int status = 0;
     const pid_t ended = pid > 0 ? waitForChild(static_cast<pid_t>(pid), status) : -1;
-    ::sigaction(SIGCHLD, &previous, nullptr);
+    if (wasIgnoring) resumeIgnoringChildren(previous);
     if (ended < 0) return false;
     if (WIFEXITED(status)) {
         if (WEXITSTATUS(status) == kExecFailedExitCode) return false;

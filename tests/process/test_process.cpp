@@ -15,55 +15,36 @@
 
 namespace {
 
-const KivClExeFile& shell() {
-    static const KivClExeFile sh(KivClFilename("/bin/sh"));
-    return sh;
-}
-
-// A synchronous /bin/sh -c script launcher.
+// A synchronous "/bin/sh -c script" launcher.
 struct ShellRun {
-    explicit ShellRun(const char* script) : process(shell()) {
+    explicit ShellRun(const std::string& script) : process(shell()) {
         process.addArgument("-c");
-        process.addArgument(script);
+        process.addArgument(script.c_str());
+    }
+    static const KivClExeFile& shell() {
+        static const KivClExeFile sh(KivClFilename("/bin/sh"));
+        return sh;
     }
     KivClNewSyncProcess process;
 };
 
-// Restores SIGCHLD's disposition, which an asynchronous launch changes for
-// the whole process (waitpid in the test helpers needs the default).
-class ScopedChildSignal {
-public:
-    ScopedChildSignal() { ::sigaction(SIGCHLD, nullptr, &saved_); }
-    ~ScopedChildSignal() { ::sigaction(SIGCHLD, &saved_, nullptr); }
-
-private:
-    struct sigaction saved_;
-};
-
-// Waits until pid no longer exists (it is reaped automatically while
-// SIGCHLD is ignored). False after about ten seconds.
+// True once pid is gone for good: neither running nor a zombie.
 bool waitUntilGone(pid_t pid) {
-    for (int i = 0; i < 1000; ++i) {
+    for (int i = 0; i < 500; ++i) {
         if (::kill(pid, 0) != 0 && errno == ESRCH) return true;
         ::usleep(10000);
     }
     return false;
 }
 
-// The id of a process that has just ended and been reaped.
-unsigned int endedProcessId() {
-    const pid_t pid = ::fork();
-    if (pid == 0) ::_exit(0);
-    int status = 0;
-    ::waitpid(pid, &status, 0);
-    return static_cast<unsigned int>(pid);
-}
+// Drops root rights in a child, so that limits and modes apply to it.
+bool dropRoot() { return ::geteuid() != 0 || (::setgid(65534) == 0 && ::setuid(65534) == 0); }
 
 }  // namespace
 
 TEST(SyncProcess, ExitCodesAndFailures) {
     for (int code : {0, 3, 254}) {
-        ShellRun run(("exit " + std::to_string(code)).c_str());
+        ShellRun run("exit " + std::to_string(code));
         EXPECT_TRUE(run.process.launch()) << code;
         EXPECT_EQ(run.process.getResult(), code);
         EXPECT_EQ(run.process.getError().errorId, 0u);
@@ -72,47 +53,41 @@ TEST(SyncProcess, ExitCodesAndFailures) {
     ShellRun all("exit 255");
     EXPECT_FALSE(all.process.launch());
     EXPECT_EQ(all.process.getError().errorId, KIV_ERRID_PROCESS_COULD_NOT_LAUNCH);
-
-    {
-        // Without the search switch the missing name is kept as it is.
-        const kivtest::ScopedEnv noSearch("KIV_NEWPROCESS_USEPATH", nullptr);
-        const KivClExeFile missing(KivClFilename("/no/such/program"));
-        KivClNewSyncProcess none(missing);
-        EXPECT_FALSE(none.launch());
-        EXPECT_EQ(none.getError().errorId, KIV_ERRID_PROCESS_COULD_NOT_LAUNCH);
-        EXPECT_EQ(none.getError().errorClass, KIV_ERRCLASS_UNKNOWN_PROCESS);
-    }
-
-    // A failing fork leaves its errno as the result. Root ignores the process
-    // limit, so the child drops to an ordinary user first.
-    const kivtest::ChildResult limited = kivtest::runInChild([] {
-        const struct rlimit none = {0, 0};
-        if (::setgid(65534) != 0 || ::setuid(65534) != 0 || ::setrlimit(RLIMIT_NPROC, &none) != 0) return 10;
-        ShellRun run("exit 0");
-        if (run.process.launch()) return 1;
-        const _KivStError& error = run.process.getError();
-        if (error.errorId != KIV_ERRID_PROCESS_COULD_NOT_LAUNCH || error.errorClass != KIV_ERRCLASS_UNKNOWN_PROCESS)
-            return 2;
-        return run.process.getResult() == EAGAIN ? 0 : 3;
-    });
-    EXPECT_TRUE(limited.exited && limited.exitCode == 0) << limited.exitCode;
-
-    // Ended by a signal: 128 + signal, as a shell reports it.
+    // Ended by a signal: 128 + signal, never a clean 0.
     ShellRun killed("kill -9 $$");
     EXPECT_TRUE(killed.process.launch());
     EXPECT_EQ(killed.process.getResult(), 128 + SIGKILL);
+
+    const kivtest::ScopedEnv noSearch("KIV_NEWPROCESS_USEPATH", nullptr);
+    const KivClExeFile missing(KivClFilename("/no/such/program"));
+    KivClNewSyncProcess none(missing);
+    EXPECT_FALSE(none.launch());
+    EXPECT_EQ(none.getError().errorId, KIV_ERRID_PROCESS_COULD_NOT_LAUNCH);
+    EXPECT_EQ(none.getError().errorClass, KIV_ERRCLASS_UNKNOWN_PROCESS);
+
+    // A failing fork leaves its errno as the result.
+    const kivtest::ChildResult limited = kivtest::runInChild([] {
+        const struct rlimit zero = {0, 0};
+        if (!dropRoot() || ::setrlimit(RLIMIT_NPROC, &zero) != 0) return 10;
+        ShellRun run("exit 0");
+        const _KivStError& error = run.process.getError();
+        if (run.process.launch() || error.errorId != KIV_ERRID_PROCESS_COULD_NOT_LAUNCH) return 1;
+        if (error.errorClass != KIV_ERRCLASS_UNKNOWN_PROCESS) return 2;
+        return run.process.getResult() == EAGAIN ? 0 : 3;
+    });
+    EXPECT_TRUE(limited.exited && limited.exitCode == 0) << limited.exitCode;
 }
 
 TEST(SyncProcess, PassesArgumentsInOrder) {
     kivtest::TempDir dir;
     const std::string out = dir.file("args");
-    ShellRun run(("printf '[%s]' \"$0\" \"$@\" > '" + out + "'").c_str());
+    ShellRun run("printf '[%s]' \"$0\" \"$@\" > '" + out + "'");
     KivClNewSyncProcess& p = run.process;
     p.addArgument("zero");
     p.addArgument(-5L);
     p.addArgument(4294967295UL);
     p.addArgument(-2147483647 - 1);
-    p.addArgument(static_cast<const char*>(nullptr));  // ignored
+    p.addArgument(static_cast<const char*>(nullptr));
     p.addArgument("two words");
     p.addArgument("");
     EXPECT_EQ(p.getArgumentCount(), 9u);  // program, -c, script and six
@@ -122,6 +97,7 @@ TEST(SyncProcess, PassesArgumentsInOrder) {
     // A second launch passes the same arguments, plus any added since.
     p.addArgument("later");
     ASSERT_TRUE(p.launch());
+    ASSERT_TRUE(p.launch());
     EXPECT_EQ(kivtest::readFile(out), "[zero][-5][4294967295][-2147483648][two words][][later]");
     EXPECT_EQ(p.getArgumentCount(), 10u);
 }
@@ -129,36 +105,35 @@ TEST(SyncProcess, PassesArgumentsInOrder) {
 TEST(AsyncProcess, ReturnsAtOnceAndLeavesNoZombie) {
     kivtest::TempDir dir;
     const std::string out = dir.file("status");
-    {
-        ScopedChildSignal restore;
-        // The program must not inherit an ignored SIGCHLD: cp copies its own
-        // status, whose SigIgn mask is checked below (a shell would reset it).
+    // Runs in a child: ignoring SIGCHLD is process-wide and stays in force.
+    const kivtest::ChildResult child = kivtest::runInChild([&] {
+        // cp copies its own status, whose ignored-signal mask is checked below.
         const KivClExeFile copier(KivClFilename("/bin/cp"));
         KivClNewAsyncProcess async(copier);
         async.addArgument("/proc/self/status");
         async.addArgument(out.c_str());
-        // The second launch forks while SIGCHLD is already ignored here.
+        // The second launch forks while SIGCHLD is already ignored.
         for (int launch = 0; launch < 2; ++launch) {
             ::unlink(out.c_str());
-            ASSERT_TRUE(async.launch());
-            const pid_t pid = async.getResult();
-            EXPECT_GT(pid, 0);
-            EXPECT_EQ(async.getError().errorId, 0u);
-            EXPECT_TRUE(waitUntilGone(pid));  // reaped by the kernel, no zombie
+            if (!async.launch() || async.getResult() <= 0 || async.getError().errorId != 0) return 1;
+            if (!waitUntilGone(async.getResult())) return 2;
         }
-
         // A program that cannot be started is not reported asynchronously.
         const KivClExeFile missing(KivClFilename("/no/such/program"));
         KivClNewAsyncProcess none(missing);
-        EXPECT_TRUE(none.launch());
-        EXPECT_GT(none.getResult(), 0);
-        EXPECT_TRUE(waitUntilGone(none.getResult()));
+        if (!none.launch() || none.getResult() <= 0 || !waitUntilGone(none.getResult())) return 3;
 
-        // A synchronous launch still gets its exit code while SIGCHLD is ignored.
-        ShellRun after("exit 7");
-        EXPECT_TRUE(after.process.launch());
-        EXPECT_EQ(after.process.getResult(), 7);
-    }
+        // A synchronous launch still gets its exit code, and a background
+        // child that ends meanwhile is not left behind as a zombie.
+        KivClNewAsyncProcess background(ShellRun::shell());
+        background.addArgument("-c");
+        background.addArgument("sleep 0.1");
+        ShellRun after("sleep 0.4; exit 7");
+        if (!background.launch() || !after.process.launch()) return 4;
+        if (after.process.getResult() != 7) return 5;
+        return waitUntilGone(background.getResult()) ? 0 : 6;
+    });
+    EXPECT_TRUE(child.exited && child.exitCode == 0) << child.exitCode;
     const std::string status = kivtest::readFile(out);
     const size_t line = status.find("SigIgn:");
     ASSERT_NE(line, std::string::npos) << status;
@@ -183,13 +158,14 @@ TEST(Process, IdsAndKill) {
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
 
-    KivClProcess gone(endedProcessId());
+    // Now reaped, the id names no process.
+    KivClProcess gone(static_cast<unsigned int>(child));
     EXPECT_FALSE(gone.kill());
     EXPECT_EQ(gone.getError().errorId, KIV_ERRID_PROCESS_COULD_NOT_KILL);
     EXPECT_EQ(gone.getError().errorClass, KIV_ERRCLASS_INVALID_DATA);
 
-    // Ids that kill() would read as a process group are refused. Checked in a
-    // child with a process group of its own, so a fault hits only that group.
+    // Ids that kill() would read as a process group are refused; checked in
+    // a child leading a group of its own, so a fault hits only that group.
     const kivtest::ChildResult result = kivtest::runInChild([] {
         ::setpgid(0, 0);
         KivClProcess group(0);
