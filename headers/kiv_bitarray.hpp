@@ -26,8 +26,10 @@ public:
     KivClBitArray& operator=(const KivClBitArray& other);
     ~KivClBitArray() override;
 
-    // Equal when both arrays have the same number of storage bytes and those
-    // bytes are the same.
+    // Equal when this array's storage bytes (bit count / 8 + 1 of them) equal
+    // the first as many bytes of other's storage. The bit counts themselves
+    // are not compared, so the relation is not symmetric when the storage
+    // sizes differ; an other with less storage than this is never equal.
     bool operator==(const KivClBitArray& other) const;
     bool operator!=(const KivClBitArray& other) const { return !(*this == other); }
 

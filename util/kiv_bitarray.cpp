@@ -80,8 +80,10 @@ KivClBitArray& KivClBitArray::operator=(const KivClBitArray& other) {
 
 KivClBitArray::~KivClBitArray() { kivFree(bytes_); }
 
+// Compares as many storage bytes as this array holds. An other array with
+// less storage cannot hold them all, so it is never equal.
 bool KivClBitArray::operator==(const KivClBitArray& other) const {
-    return getByteCount() == other.getByteCount() &&
+    return getByteCount() <= other.getByteCount() &&
            std::memcmp(bytes_, other.bytes_, getByteCount()) == 0;
 }
 
