@@ -109,7 +109,9 @@ std::string starAPairs(int pairs) {
 void WildcardPathological_kiv(benchmark::State& state) {
     const std::string pattern = starAPairs(30) + "b";
     const std::string text(static_cast<size_t>(state.range(0)), 'a');
-    for (auto _ : state) benchmark::DoNotOptimize(kivMatchesWildcardPattern(pattern.c_str(), text.c_str(), true));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(kivMatchesWildcardPattern(pattern.c_str(), text.c_str(), true));
+    }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
 }
 
@@ -125,7 +127,9 @@ void WildcardPathological_fnmatch(benchmark::State& state) {
 void WildcardAlmostMatch_kiv(benchmark::State& state) {
     const std::string pattern = starAPairs(30);
     const std::string text = std::string(static_cast<size_t>(state.range(0)), 'a') + "b";
-    for (auto _ : state) benchmark::DoNotOptimize(kivMatchesWildcardPattern(pattern.c_str(), text.c_str(), true));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(kivMatchesWildcardPattern(pattern.c_str(), text.c_str(), true));
+    }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
 }
 
