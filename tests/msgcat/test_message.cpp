@@ -1,286 +1,239 @@
-// Messages: variable substitution, the 80/81 storage boundary, the 4096
-// limit, copies and the failure texts, on catalogs that use string tables.
+// Messages: variable substitution, string-table loading and failure texts,
+// the 80/81 storage boundary, the 4096 limit, copies and exhausted memory.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kiv_exception.hpp"
 #include "kiv_memmgr.hpp"
 #include "kiv_msgcat.hpp"
+#include "kiv_msgtable.hpp"
 #include "kiv_test_support.hpp"
 
 namespace {
 
-// Records the sizes the library asks the allocator for; can be told to fail.
-struct AllocationLog {
-    static std::vector<unsigned int>& sizes() {
-        static std::vector<unsigned int> log;
-        return log;
-    }
-    static bool& failing() {
-        static bool fail = false;
-        return fail;
-    }
-    static void* allocate(unsigned int size) {
-        sizes().push_back(size);
-        return failing() ? nullptr : std::malloc(size);
-    }
-    static void* reallocate(void* pointer, unsigned int size) { return std::realloc(pointer, size); }
-    static void release(void* pointer) { std::free(pointer); }
-};
+// Allocator hook that records the sizes asked for and can be told to fail.
+std::vector<unsigned int> gSizes;
+bool gFailing = false;
+void* logAllocate(unsigned int size) {
+    gSizes.push_back(size);
+    return gFailing ? nullptr : std::malloc(size);
+}
 
-// Installs the logging allocator for one scope.
-class LoggedAllocations {
-public:
+// Installs the recording hook for one scope.
+struct LoggedAllocations {
     explicit LoggedAllocations(bool fail = false) {
-        AllocationLog::sizes().clear();
-        AllocationLog::failing() = fail;
-        kivSetNewMemoryManager(&AllocationLog::allocate, &AllocationLog::reallocate,
-                               &AllocationLog::release);
+        gSizes.clear();
+        gFailing = fail;
+        kivSetNewMemoryManager(&logAllocate, &KivClMemoryManager::systemReallocator,
+                               &KivClMemoryManager::systemDeallocator);
     }
     ~LoggedAllocations() {
         kivSetNewMemoryManager(&KivClMemoryManager::systemAllocator,
                                &KivClMemoryManager::systemReallocator,
                                &KivClMemoryManager::systemDeallocator);
-        AllocationLog::failing() = false;
     }
-    std::vector<unsigned int> sizes() const { return AllocationLog::sizes(); }
 };
 
-// A catalog whose file does not exist, so that it reads from a string table
-// made of the given messages (numbers 1 and up).
-class TableCatalog {
-public:
-    explicit TableCatalog(const std::vector<std::string>& messages)
-        : catalog_(KivClFilename(dir_.file("absent.txt").c_str())), texts_(messages) {
-        texts_.insert(texts_.begin(),
-                      std::string(KIV_MSGTAB_SIGNATURE) + " " + std::to_string(messages.size() + 1));
-        texts_.push_back(KIV_MSGTAB_SIGNATURE);
-        for (const std::string& text : texts_) pointers_.push_back(text.c_str());
-        catalog_.useStringTable(pointers_.data(), messages.size() + 1);
+// A catalog without a file that reads the given messages (numbers 1 and up,
+// null entries kept) as its string table.
+struct TableCatalog {
+    explicit TableCatalog(std::vector<const char*> messages) : table(std::move(messages)) {
+        signature = "[KIV_MSGTAB_SIGNATURE] " + std::to_string(table.size() + 1);
+        table.insert(table.begin(), signature.c_str());
+        table.push_back(KIV_MSGTAB_SIGNATURE);
+        catalog.useStringTable(table.data(), table.size() - 1);
     }
-    TableCatalog(const TableCatalog&) = delete;
-    TableCatalog& operator=(const TableCatalog&) = delete;
-
-    KivClMessageCatalog& catalog() { return catalog_; }
-    const char* const* table() const { return pointers_.data(); }
-    std::string name() const { return catalog_.getAsCString(); }
-
-private:
-    kivtest::TempDir dir_;  // built first: the catalog is named inside it
-    KivClMessageCatalog catalog_;
-    std::vector<std::string> texts_;
-    std::vector<const char*> pointers_;
+    kivtest::TempDir dir;
+    KivClMessageCatalog catalog{KivClFilename(dir.file("absent.txt").c_str())};
+    std::string signature;
+    std::vector<const char*> table;
 };
 
-// A message to call replaceVars on; its catalog has neither file nor table.
-const KivClMessage& scratchMessage() {
-    static kivtest::TempDir dir;
-    static KivClMessageCatalog catalog(KivClFilename(dir.file("none").c_str()));
-    static KivClMessage message(catalog, 1);
-    return message;
-}
-
+// Runs replaceVars with room for outSize + 1 bytes and a guard byte that must
+// stay untouched; checks the returned length against the result.
 std::string expand(const char* text, std::vector<const char*> vars, unsigned long outSize = 200) {
-    const KivClMessage& message = scratchMessage();
-    std::vector<char> out(outSize + 1, 'X');
+    static TableCatalog none({});
+    static const KivClMessage scratch(none.catalog, 1);
+    std::vector<char> out(outSize + 2, 'X');
     const unsigned long written =
-        message.replaceVars(out.data(), outSize, text, vars.data(), vars.size());
-    EXPECT_EQ(written, std::strlen(out.data())) << "returned length disagrees with the output";
+        scratch.replaceVars(out.data(), outSize, text, vars.data(), vars.size());
+    EXPECT_EQ(written, std::strlen(out.data())) << text;
+    EXPECT_EQ(out[outSize + 1], 'X') << text;
     return out.data();
 }
 
 }  // namespace
 
-TEST(MessageSubstitution, PercentEscapesAndVariableReferences) {
-    EXPECT_EQ(expand("a%%b", {}), "a%b");
-    EXPECT_EQ(expand("%%%%", {}), "%%");
-    EXPECT_EQ(expand("<%1|%2>", {"one", "two"}), "<one|two>");
-    EXPECT_EQ(expand("%2%1", {"A", "B"}), "BA");
-    // A reference to variable 1 followed by a letter keeps the letter.
-    EXPECT_EQ(expand("%1x", {"v"}), "vx");
-    // Variable 0, a variable beyond the count and a bare '%' at the end.
-    EXPECT_EQ(expand("[%0]", {"v"}), "[???]");
-    EXPECT_EQ(expand("[%3]", {"a", "b"}), "[???]");
-    EXPECT_EQ(expand("end%", {"v"}), "end???");
-    EXPECT_EQ(expand("%x", {"v"}), "???x");
-    // Leading zeros still name the variable; all the digits are consumed.
-    EXPECT_EQ(expand("%01|%0010", {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j"}), "a|j");
-    // atol-style parsing: blanks and a sign are read, but only digits right
-    // after the '%' are skipped, so the rest is copied as it stands.
-    EXPECT_EQ(expand("% 2", {"a", "b"}), "b 2");
-    EXPECT_EQ(expand("%+1", {"a"}), "a+1");
-    EXPECT_EQ(expand("%-1", {"a"}), "???" "-1");
-    // A huge number neither overflows nor wraps into range.
-    EXPECT_EQ(expand("%99999999999999999999999|", {"a"}), "???|");
-    // A null variable in the array prints as missing.
-    EXPECT_EQ(expand("%1%2", {"a", nullptr}), "a???");
-    // Null and empty texts give an empty result.
-    EXPECT_EQ(expand("", {"a"}), "");
-    EXPECT_EQ(expand(nullptr, {"a"}), "");
+TEST(MessageSubstitution, EscapesReferencesAndLimits) {
+    const std::vector<const char*> ten = {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j"};
+    const struct {
+        const char* text;
+        std::vector<const char*> vars;
+        unsigned long outSize;
+        const char* expected;
+    } cases[] = {
+        {"a%%b", {}, 200, "a%b"},
+        {"<%1|%2>", {"one", "two"}, 200, "<one|two>"},
+        {"%1x", {"v"}, 200, "vx"},          // a letter right after the number stays
+        {"[%0]", {"v"}, 200, "[???]"},      // variable 0
+        {"[%3]", {"a", "b"}, 200, "[???]"},  // beyond the variable count
+        {"end%", {"v"}, 200, "end???"},  // a bare '%' at the end
+        {"%x", {"v"}, 200, "???x"},
+        {"%01|%0010", ten, 200, "a|j"},  // leading zeros; all digits consumed
+        // The number is read like atol (blanks, sign), but only the digits
+        // right after the '%' are skipped.
+        {"% 2", {"a", "b"}, 200, "b 2"},
+        {"%+1", {"a"}, 200, "a+1"},
+        {"%-1", {"a"}, 200, "???" "-1"},
+        {"%99999999999999999999999|", {"a"}, 200, "???|"},  // no wrap into range
+        {"%1%2", {"a", nullptr}, 200, "a???"},
+        {"", {"a"}, 200, ""},
+        {nullptr, {"a"}, 200, ""},
+        // Output cut at its size, a substituted value included.
+        {"abcdef", {}, 4, "abcd"},
+        {"ab%1ef", {"XYZ"}, 4, "abXY"},
+        {"ab%%", {}, 2, "ab"},
+        {"abc", {}, 3, "abc"},
+        {"abc", {}, 0, ""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(expand(c.text, c.vars, c.outSize), c.expected) << (c.text ? c.text : "(null)");
+    }
+    TableCatalog none({});
+    EXPECT_EQ(KivClMessage(none.catalog, 1).replaceVars(nullptr, 10, "abc", nullptr, 0), 0u);
 }
 
-TEST(MessageSubstitution, OutputIsCutAtItsSizeAndAlwaysTerminated) {
-    EXPECT_EQ(expand("abcdef", {}, 4), "abcd");
-    EXPECT_EQ(expand("ab%1ef", {"XYZ"}, 4), "abXY");
-    EXPECT_EQ(expand("ab%%", {}, 2), "ab");
-    EXPECT_EQ(expand("abc", {}, 0), "");
-    EXPECT_EQ(expand("abc", {}, 3), "abc");
+TEST(MessageLoading, EveryConstructorFillsTheTenVariables) {
+    kivtest::TempDir dir;
+    KivClMessageCatalog catalog(KivClFilename(dir.file("lib").c_str()));
+    catalog.useStringTable(kivLibraryMessageTable, KIV_MSGTABLE_LIBRARY_COUNT);
 
-    const KivClMessage& message = scratchMessage();
-    // The terminator goes right after the last character, byte outSize at
-    // most: nothing beyond outSize + 1 bytes is touched.
-    char out[6];
-    std::memset(out, 'X', sizeof out);
-    EXPECT_EQ(message.replaceVars(out, 4, "123456789", nullptr, 0), 4u);
-    EXPECT_STREQ(out, "1234");
-    EXPECT_EQ(out[5], 'X');
-    EXPECT_EQ(message.replaceVars(nullptr, 10, "abc", nullptr, 0), 0u);
-}
-
-TEST(MessageLoading, LibraryStyleTextWithOnlyTheFirstVariable) {
-    TableCatalog table({"[T]", "Percent:%% Arg1:%1 Arg2:%2 Arg3:%3 Arg10:%10 Arg11:%11"});
-    KivClMessage message(table.catalog(), 2, "first");
+    KivClMessage message(catalog, 2, "first");
     EXPECT_TRUE(message.isLoaded());
-    EXPECT_STREQ(message.getText(), "Percent:% Arg1:first Arg2:??? Arg3:??? Arg10:??? Arg11:???");
     EXPECT_EQ(message.getMessageId(), 2u);
-
+    EXPECT_STREQ(message.getText(), "Percent:% Arg1:first Arg2:??? Arg3:??? Arg4:??? Arg5:??? "
+                                    "Arg6:??? Arg7:??? Arg8:??? Arg9:??? Arg10:???");
     const char* vars[10] = {"1", "2", "3", "4", "5", "6", "7", "8", "9", "ten"};
-    KivClMessage all(table.catalog(), 2, vars);
-    EXPECT_STREQ(all.getText(), "Percent:% Arg1:1 Arg2:2 Arg3:3 Arg10:ten Arg11:???");
-
-    KivClMessage none(table.catalog(), 2);
-    EXPECT_STREQ(none.getText(), "Percent:% Arg1:??? Arg2:??? Arg3:??? Arg10:??? Arg11:???");
-
-    none.setNewMessageId(2, "a", "b", nullptr, "d", "e", "f", "g", "h", "i", "j");
-    EXPECT_STREQ(none.getText(), "Percent:% Arg1:a Arg2:b Arg3:??? Arg10:j Arg11:???");
-    none.setNewMessageId(1);
-    EXPECT_STREQ(none.getText(), "[T]");
-    EXPECT_EQ(none.getMessageId(), 1u);
+    EXPECT_STREQ(KivClMessage(catalog, 2, vars).getText(),
+                 "Percent:% Arg1:1 Arg2:2 Arg3:3 Arg4:4 Arg5:5 Arg6:6 Arg7:7 Arg8:8 Arg9:9 Arg10:ten");
+    EXPECT_STREQ(KivClMessage(catalog, 2).getText(),
+                 "Percent:% Arg1:??? Arg2:??? Arg3:??? Arg4:??? Arg5:??? Arg6:??? Arg7:??? "
+                 "Arg8:??? Arg9:??? Arg10:???");
+    message.setNewMessageId(2, "a", "b", nullptr, "d", "e", "f", "g", "h", "i", "j");
+    EXPECT_STREQ(message.getText(),
+                 "Percent:% Arg1:a Arg2:b Arg3:??? Arg4:d Arg5:e Arg6:f Arg7:g Arg8:h Arg9:i Arg10:j");
+    message.setNewMessageId(1);
+    EXPECT_STREQ(message.getText(), "[KIV-LIBRARY]");
+    EXPECT_EQ(message.getMessageId(), 1u);
 }
 
 TEST(MessageLoading, StringTableBoundsAndFailureTexts) {
-    TableCatalog table({"one", "two", ""});
-    const std::string failure = "UNABLE TO LOAD MESSAGE CATALOG: " + table.name();
-    EXPECT_FALSE(table.catalog().isOpen());
-    EXPECT_FALSE(table.catalog().isDefaultCatalog());
-
-    // Count 4: messages 0 to 3; 0 is the signature line itself.
-    KivClMessage message(table.catalog(), 0);
-    EXPECT_TRUE(message.isLoaded());
-    EXPECT_STREQ(message.getText(), "[KIV_MSGTAB_SIGNATURE] 4");
-    message.setNewMessageId(3);
-    EXPECT_TRUE(message.isLoaded());
-    EXPECT_STREQ(message.getText(), "");
-    message.setNewMessageId(4);  // the closing signature lies beyond the count
-    EXPECT_FALSE(message.isLoaded());
-    EXPECT_EQ(message.getText(), failure);
-    message.setNewMessageId(0xFFFFFFFFul);
-    EXPECT_FALSE(message.isLoaded());
-    EXPECT_EQ(message.getText(), failure);
-
-    // No table at all, and a table taken away again.
-    kivtest::TempDir dir;
-    KivClMessageCatalog bare(KivClFilename(dir.file("m.txt").c_str()));
-    KivClMessage missing(bare, 1, "v");
-    EXPECT_FALSE(missing.isLoaded());
-    EXPECT_EQ(std::string(missing.getText()), "UNABLE TO LOAD MESSAGE CATALOG: " + dir.file("m.cat"));
-    table.catalog().useStringTable(nullptr, 4);
+    TableCatalog table({"one", "", "%10%11", nullptr});
+    const std::string failure = "UNABLE TO LOAD MESSAGE CATALOG: " + table.dir.file("absent.cat");
+    EXPECT_FALSE(table.catalog.isOpen());
+    const struct {
+        unsigned long id;
+        std::string text;
+        bool loaded;
+    } cases[] = {
+        {0, "[KIV_MSGTAB_SIGNATURE] 5", true},  // entry 0 is the signature line
+        {1, "one", true},
+        {2, "", true},
+        {3, "j???", true},  // variable 11 is out of range when loading
+        {4, failure, false},  // a null entry is no message
+        {5, failure, false},  // the closing signature lies beyond the count
+        {0xFFFFFFFFul, failure, false},
+    };
+    for (const auto& c : cases) {
+        KivClMessage message(table.catalog, c.id, "a", "b", "c", "d", "e", "f", "g", "h", "i", "j");
+        EXPECT_EQ(message.getText(), c.text) << c.id;
+        EXPECT_EQ(message.isLoaded(), c.loaded) << c.id;
+    }
+    // Without a table every number fails; a table counts from the next load on.
+    KivClMessage message(table.catalog, 1);
+    table.catalog.useStringTable(nullptr, 5);
     message.setNewMessageId(1);
     EXPECT_FALSE(message.isLoaded());
-    // A table given later is used from the next load on.
-    table.catalog().useStringTable(table.table(), 4);
+    EXPECT_EQ(message.getText(), failure);
+    table.catalog.useStringTable(table.table.data(), 5);
     message.setNewMessageId(1);
-    EXPECT_TRUE(message.isLoaded());
     EXPECT_STREQ(message.getText(), "one");
-}
-
-TEST(MessageLoading, NullEntryInAStringTableIsNotAMessage) {
-    kivtest::TempDir dir;
-    KivClMessageCatalog catalog(KivClFilename(dir.file("x").c_str()));
-    const char* table[] = {"[KIV_MSGTAB_SIGNATURE] 3", "a", nullptr, "[KIV_MSGTAB_SIGNATURE]"};
-    catalog.useStringTable(table, 3);
-    KivClMessage message(catalog, 2);
-    EXPECT_FALSE(message.isLoaded());
-    EXPECT_NE(std::strstr(message.getText(), "UNABLE TO LOAD MESSAGE CATALOG: "), nullptr);
 }
 
 TEST(MessageStorage, ShortAndLongTextsAndTheLengthLimit) {
     const std::string text80(80, 's');
     const std::string text81(81, 'l');
     const std::string text5000(5000, 'h');
-    TableCatalog table({text80, text81, text5000, std::string(4095, 'p') + "%1"});
-    {
-        LoggedAllocations log;
-        KivClMessage message(table.catalog(), 1);
-        EXPECT_EQ(message.getText(), text80);
-        EXPECT_TRUE(log.sizes().empty()) << "an 80-character text must stay in the object";
-
-        message.setNewMessageId(2);
-        EXPECT_EQ(message.getText(), text81);
-        ASSERT_EQ(log.sizes().size(), 1u);
-        EXPECT_EQ(log.sizes()[0], 82u);
-
-        // Cut at 4096 characters, including a substituted variable.
-        message.setNewMessageId(3);
-        EXPECT_EQ(std::string(message.getText()), std::string(4096, 'h'));
-        EXPECT_EQ(log.sizes().back(), 4097u);
-        message.setNewMessageId(4, "VAR");
-        EXPECT_EQ(std::string(message.getText()), std::string(4095, 'p') + "V");
-        EXPECT_TRUE(message.isLoaded());
-    }
+    const std::string lastVariable = std::string(4095, 'p') + "%1";
+    TableCatalog table({text80.c_str(), text81.c_str(), text5000.c_str(), lastVariable.c_str()});
+    LoggedAllocations log;
+    KivClMessage message(table.catalog, 1);
+    EXPECT_EQ(message.getText(), text80);
+    EXPECT_TRUE(gSizes.empty()) << "an 80-character text must stay in the object";
+    message.setNewMessageId(2);
+    EXPECT_EQ(message.getText(), text81);
+    EXPECT_EQ(gSizes, std::vector<unsigned int>{82});
+    // Cut at 4096 characters, a substituted variable included.
+    message.setNewMessageId(3);
+    EXPECT_EQ(message.getText(), std::string(4096, 'h'));
+    EXPECT_EQ(gSizes.back(), 4097u);
+    message.setNewMessageId(4, "VAR");
+    EXPECT_EQ(message.getText(), std::string(4095, 'p') + "V");
 }
 
 TEST(MessageStorage, CopiesOwnTheirTextAndKeepTheirCatalog) {
-    TableCatalog first({std::string(100, 'a'), "short"});
-    TableCatalog second({"other", std::string(90, 'b')});
-    KivClMessage longMessage(first.catalog(), 1);
-    KivClMessage target(second.catalog(), 1);
+    const std::string longA(100, 'a');
+    const std::string longB(90, 'b');
+    TableCatalog first({longA.c_str(), "short"});
+    TableCatalog second({"other", longB.c_str()});
+    KivClMessage longMessage(first.catalog, 1);
+    KivClMessage target(second.catalog, 1);
     {
         LoggedAllocations log;
         target = longMessage;
-        ASSERT_EQ(log.sizes().size(), 1u);
-        EXPECT_EQ(log.sizes()[0], 101u);
+        EXPECT_EQ(gSizes, std::vector<unsigned int>{101});
     }
-    EXPECT_EQ(std::string(target.getText()), std::string(100, 'a'));
+    EXPECT_EQ(target.getText(), longA);
     EXPECT_NE(target.getText(), longMessage.getText());
-    EXPECT_EQ(target.getMessageId(), 1u);
-    EXPECT_TRUE(target.isLoaded());
-    // The target still loads from its own catalog.
-    target.setNewMessageId(2);
-    EXPECT_EQ(std::string(target.getText()), std::string(90, 'b'));
+    target.setNewMessageId(2);  // still loads from its own catalog
+    EXPECT_EQ(target.getText(), longB);
 
-    // A short source replaces a long text; failure state is copied too.
-    KivClMessage shortMessage(first.catalog(), 2);
-    target = shortMessage;
+    target = KivClMessage(first.catalog, 2);  // a short text replaces a long one
     EXPECT_STREQ(target.getText(), "short");
-    KivClMessage failed(first.catalog(), 77);
+    KivClMessage failed(first.catalog, 77);
     target = failed;
     EXPECT_FALSE(target.isLoaded());
     EXPECT_STREQ(target.getText(), failed.getText());
     EXPECT_EQ(target.getMessageId(), 77u);
 
-    // Self-assignment and copy construction.
     KivClMessage copy(longMessage);
     copy = *&copy;
-    EXPECT_EQ(std::string(copy.getText()), std::string(100, 'a'));
+    EXPECT_EQ(copy.getText(), longA);
     copy.setNewMessageId(2);
     EXPECT_STREQ(copy.getText(), "short");
-    EXPECT_EQ(std::string(longMessage.getText()), std::string(100, 'a'));
+    EXPECT_EQ(longMessage.getText(), longA);
 }
 
 TEST(MessageStorage, ExhaustedMemoryLeavesAnEmptyShortText) {
-    TableCatalog table({"fits", std::string(200, 'z')});
-    KivClMessage message(table.catalog(), 1);
-    {
-        LoggedAllocations log(true);
-        EXPECT_THROW(message.setNewMessageId(2), KivClExceptionFatal);
-    }
+    // Opening a catalog file allocates nothing; loading a long text does.
+    kivtest::TempDir dir;
+    kivtest::writeFile(dir.file("big.msg"), "$set 1\n1 fits\n2 " + std::string(200, 'z') + "\n");
+    ASSERT_EQ(kivtest::runShell("gencat " + dir.file("big.cat") + " " + dir.file("big.msg")).exitCode,
+              0);
+    LoggedAllocations log(true);
+    KivClMessageCatalog catalog(KivClFilename(dir.file("big.cat").c_str()));
+    EXPECT_TRUE(catalog.isOpen());
+    KivClMessage message(catalog, 1);
+    EXPECT_STREQ(message.getText(), "fits");
+    EXPECT_THROW(message.setNewMessageId(2), KivClExceptionFatal);
     EXPECT_STREQ(message.getText(), "");
     EXPECT_FALSE(message.isLoaded());
+    gFailing = false;
     message.setNewMessageId(2);
-    EXPECT_EQ(std::string(message.getText()), std::string(200, 'z'));
+    EXPECT_EQ(message.getText(), std::string(200, 'z'));
 }
