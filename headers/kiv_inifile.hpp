@@ -14,6 +14,8 @@
 // entry does not unlink it: a deleted section keeps its place with an empty
 // name and no options, a deleted option keeps its place with an empty name,
 // value and comment. Cursors visit such entries; their empty name marks them.
+// An option line with nothing before its "=" loads an option with an empty
+// name, which therefore reads as deleted too.
 //
 // Storage bounds. A section name holds at most 80 characters; longer names
 // are cut. An option keeps its name, value and comment in one area of 1,028
@@ -215,8 +217,9 @@ public:
     bool addSection(const char* name);
     // Appends an option with an empty comment to the first section named
     // section (or the cursor's section). False when there is no such
-    // section, the cursor is not valid, the name is empty (it would read as
-    // deleted) or the section already has an option of that name.
+    // section, the cursor is not valid, the name is null or the section
+    // already has an option of that name. An empty name is accepted while
+    // the section has no deleted option; the new option reads as deleted.
     bool addOption(const char* section, const char* name, const char* value);
     bool addOption(const KivClIniFileSectionCursor& cursor, const char* name, const char* value);
     // Replaces an option's value and keeps its comment. False when the
@@ -344,8 +347,9 @@ char kivIniFileGetQuotedCharacter(const char*& text);
 // Reads the escape sequence at text, which points just after a backslash,
 // and advances text past it: \a \b \f \n \r \t \v, \x and hexadecimal digits
 // (strtol base 16), a decimal digit and what follows (strtol base 8), both
-// kept to their low 8 bits, or any other character as itself. Returns '\0'
-// without moving when text is at its terminator.
+// kept to their low 8 bits, or any other character as itself ("x" too when
+// no hexadecimal digit follows it). Returns '\0' without moving when text
+// is at its terminator.
 char kivIniFileGetEscCharacter(const char*& text);
 // Copies the quoted string at source (pointing at the opening double quote)
 // to destination, resolving escapes, up to the closing double quote (skipped)

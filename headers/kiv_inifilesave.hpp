@@ -10,9 +10,9 @@
 // stands (the loader then trims its outer blanks and interprets its quotes).
 // A double quote inside a quoted value is written as it is, so a value that
 // holds both a double quote and a ";" or control character does not come
-// back unchanged. A text option
-// with an empty value is not written at all. Booleans are written as "ON" or
-// "OFF", numbers in decimal, characters between single quotes.
+// back unchanged. A text option with an empty value is not written at all.
+// Booleans are written as "ON" or "OFF", numbers in decimal, characters
+// between single quotes.
 //
 // Failures are reported only through the stream's good state; nothing throws
 // except the memory manager on exhausted memory.

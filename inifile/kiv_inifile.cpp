@@ -222,7 +222,7 @@ bool KivClIniFile::addSection(const char* name) {
 }
 
 bool KivClIniFile::addOptionTo(KivClIniFileSection* section, const char* name, const char* value) {
-    if (section == nullptr || name == nullptr || name[0] == '\0') {
+    if (section == nullptr || name == nullptr) {
         return false;
     }
     // Compared as it will be stored, so that a cut name cannot duplicate one.

@@ -243,9 +243,7 @@ bool KivClIniFile::Loader::handleOption(const char* line) {
         }
     }
     name[nameLength] = '\0';
-    // A line without "=" names no option; an empty name would read as a
-    // deleted option.
-    if (equals == nullptr || nameLength == 0) {
+    if (equals == nullptr) {
         return iniFile_.error(KIV_ERRID_INIFILE_INVAL_OPTION);
     }
 
@@ -333,9 +331,11 @@ char kivIniFileGetEscCharacter(const char*& text) {
     }
     char* end = nullptr;
     long number = 0;
-    if (ch == 'x') {
+    // Only a hexadecimal digit right after the "x" starts a number, so that
+    // strtol cannot skip blanks or read a sign; a bare "\x" is an "x".
+    if (ch == 'x' && std::isxdigit(static_cast<unsigned char>(text[1])) != 0) {
         number = std::strtol(text + 1, &end, 16);
-        text = end > text + 1 ? end : text + 1;
+        text = end;
         return static_cast<char>(number & 0xff);
     }
     if (std::isdigit(static_cast<unsigned char>(ch)) != 0) {

@@ -8,9 +8,12 @@
 #include <utility>
 #include <vector>
 
+#include "ini_test_helpers.hpp"
 #include "kiv_filename.hpp"
 #include "kiv_inifilesave.hpp"
 #include "kiv_test_support.hpp"
+
+using namespace kivtest;
 
 namespace {
 
@@ -20,31 +23,34 @@ std::string saved(KivClIniFileSave& ini) {
     return out.str();
 }
 
-std::string quotedForm(KivClIniFileSave& ini, const std::string& value) {
-    std::ostringstream out;
-    ini.saveOption(out, "v", value.c_str(), nullptr);
-    return out.str();
-}
-
 }  // namespace
 
 TEST(IniSave, LayoutOfSectionsOptionsAndComments) {
-    KivClIniFileSave ini(KivClFilename("unused"));
-    ini.addSection("Main");
-    ini.addOption("Main", "name", "value");
-    const char text[] = "[Main]\nname=value ; the comment\n";
     KivClIniFileSave loaded(KivClFilename("unused"));
-    ASSERT_TRUE(loaded.loadFromBuffer(text, sizeof(text) - 1, '\n', true, false));
+    ASSERT_TRUE(loadText(loaded, "[Main]\nname=value ; the comment\n"));
     EXPECT_EQ(saved(loaded), "\n[Main]\nname\t= value\t; the comment\n");
-    EXPECT_EQ(saved(ini), "\n[Main]\nname\t= value\n");
 
     std::ostringstream out;
-    EXPECT_TRUE(ini.saveSection(out, "S", "about S"));
-    EXPECT_TRUE(ini.saveSection(out, "T", ""));
-    EXPECT_TRUE(ini.saveSection(out, "U", nullptr));
-    EXPECT_TRUE(ini.saveOption(out, "lhs"));
-    EXPECT_TRUE(ini.saveComment(out, nullptr));
+    EXPECT_TRUE(loaded.saveSection(out, "S", "about S"));
+    EXPECT_TRUE(loaded.saveSection(out, "T", ""));
+    EXPECT_TRUE(loaded.saveSection(out, "U", nullptr));
+    EXPECT_TRUE(loaded.saveOption(out, "lhs"));
+    EXPECT_TRUE(loaded.saveComment(out, nullptr));
     EXPECT_EQ(out.str(), "\n[S]\t; about S\n\n[T]\n\n[U]\nlhs\t= \n");
+
+    // Deleted sections and options and empty values are left out.
+    KivClIniFileSave ini(KivClFilename("unused"));
+    EXPECT_EQ(saved(ini), "");
+    ini.addSection("Keep");
+    ini.addOption("Keep", "a", "1");
+    ini.addOption("Keep", "gone", "2");
+    ini.addOption("Keep", "empty", "");
+    ini.addSection("Drop");
+    ini.addOption("Drop", "b", "3");
+    ini.addSection("Also");
+    ini.deleteOption("Keep", "gone");
+    ini.deleteSection("Drop");
+    EXPECT_EQ(saved(ini), "\n[Keep]\na\t= 1\n\n[Also]\n");
 }
 
 TEST(IniSave, TypedEntries) {
@@ -62,61 +68,42 @@ TEST(IniSave, TypedEntries) {
     EXPECT_TRUE(ini.saveOption(out, "q", '\'', nullptr));
     EXPECT_TRUE(ini.saveOption(out, "empty", "", "dropped"));
     EXPECT_TRUE(ini.saveOption(out, "null", static_cast<const char*>(nullptr), "dropped"));
-    const std::string expected = "t\t= ON\t; c\n"
-                                 "f\t= OFF\n"
-                                 "i\t= -42\n"
-                                 "u\t= " + std::to_string(UINT_MAX) + "\n"
-                                 "l\t= " + std::to_string(LONG_MIN) + "\n"
-                                 "ul\t= " + std::to_string(ULONG_MAX) + "\t; max\n"
-                                 "c\t= 'x'\n"
-                                 "nl\t= '\\n'\n"
-                                 "q\t= '''\n";
-    EXPECT_EQ(out.str(), expected);
+    EXPECT_EQ(out.str(), "t\t= ON\t; c\nf\t= OFF\ni\t= -42\nu\t= " + std::to_string(UINT_MAX) +
+                             "\nl\t= " + std::to_string(LONG_MIN) + "\nul\t= " + std::to_string(ULONG_MAX) +
+                             "\t; max\nc\t= 'x'\nnl\t= '\\n'\nq\t= '''\n");
 }
 
 TEST(IniSave, QuotingAndEscapes) {
     KivClIniFileSave ini(KivClFilename("unused"));
-    EXPECT_EQ(quotedForm(ini, "a;b"), "v\t= \"a;b\"\n");
-    EXPECT_EQ(quotedForm(ini, "a\tb"), "v\t= \"a\\tb\"\n");
-    EXPECT_EQ(quotedForm(ini, "\a\b\f\n\r\v"), "v\t= \"\\a\\b\\f\\n\\r\\v\"\n");
-    EXPECT_EQ(quotedForm(ini, "\x01"), "v\t= \"\\x01\"\n");
-    EXPECT_EQ(quotedForm(ini, "\x1f\x7f"), "v\t= \"\\x1f\\x7f\"\n");
-    EXPECT_EQ(quotedForm(ini, "c:\\dir;x"), "v\t= \"c:\\\\dir;x\"\n");
-    // Quote characters are written unescaped, inside quotes or not.
-    EXPECT_EQ(quotedForm(ini, "say \"hi\";'x'"), "v\t= \"say \"hi\";'x'\"\n");
-    EXPECT_EQ(quotedForm(ini, "  \"q\" 'c' \\ "), "v\t=   \"q\" 'c' \\ \n");
-    // Hexadecimal digits right after a "\x" escape are escaped too, so the
-    // loader cannot read them as part of the number.
-    EXPECT_EQ(quotedForm(ini, "\x01" "a9g"), "v\t= \"\\x01\\x61\\x39g\"\n");
-    EXPECT_EQ(quotedForm(ini, "\x01\ta"), "v\t= \"\\x01\\ta\"\n");
-
+    const std::pair<std::string, std::string> cases[] = {
+        {"a;b", "\"a;b\""},
+        {"a\tb", "\"a\\tb\""},
+        {"\a\b\f\n\r\v", "\"\\a\\b\\f\\n\\r\\v\""},
+        {"\x01", "\"\\x01\""},
+        {"\x1f\x7f", "\"\\x1f\\x7f\""},
+        {"c:\\dir;x", "\"c:\\\\dir;x\""},
+        // Quote characters are written unescaped, inside quotes or not.
+        {"say \"hi\";'x'", "\"say \"hi\";'x'\""},
+        {"  \"q\" 'c' \\ ", "  \"q\" 'c' \\ "},
+        // Hexadecimal digits right after a "\x" escape are escaped too, so
+        // that the loader cannot read them as part of the number.
+        {"\x01" "a9g", "\"\\x01\\x61\\x39g\""},
+        {"\x01\ta", "\"\\x01\\ta\""},
+    };
+    for (const auto& c : cases) {
+        std::ostringstream out;
+        EXPECT_TRUE(ini.saveOption(out, "v", c.first.c_str(), nullptr));
+        EXPECT_EQ(out.str(), "v\t= " + c.second + "\n");
+    }
     std::ostringstream out;
-    EXPECT_TRUE(ini.saveChar(out, '\x02'));
-    EXPECT_TRUE(ini.saveChar(out, '"'));
-    EXPECT_TRUE(ini.saveChar(out, '\\'));
-    EXPECT_TRUE(ini.saveChar(out, '\xe9'));
+    for (char ch : {'\x02', '"', '\\', '\xe9'}) {
+        EXPECT_TRUE(ini.saveChar(out, ch));
+    }
     EXPECT_EQ(out.str(), "\\x02\"\\\\\xe9");
 }
 
-TEST(IniSave, DeletedEntriesAndEmptyValuesAreLeftOut) {
-    KivClIniFileSave ini(KivClFilename("unused"));
-    ini.addSection("Keep");
-    ini.addOption("Keep", "a", "1");
-    ini.addOption("Keep", "gone", "2");
-    ini.addOption("Keep", "empty", "");
-    ini.addSection("Drop");
-    ini.addOption("Drop", "b", "3");
-    ini.addSection("Also");
-    ini.deleteOption("Keep", "gone");
-    ini.deleteSection("Drop");
-    EXPECT_EQ(saved(ini), "\n[Keep]\na\t= 1\n\n[Also]\n");
-
-    KivClIniFileSave nothing(KivClFilename("unused"));
-    EXPECT_EQ(saved(nothing), "");
-}
-
 TEST(IniSave, SavingToTheNamedFile) {
-    kivtest::TempDir dir;
+    TempDir dir;
     {
         KivClIniFileSave ini(KivClFilename(dir.file("out").c_str()));
         ini.addSection("S");
@@ -124,16 +111,15 @@ TEST(IniSave, SavingToTheNamedFile) {
         EXPECT_TRUE(ini.save());
         EXPECT_TRUE(ini.save());
     }
-    EXPECT_EQ(kivtest::readFile(dir.file("out.ini")), "\n[S]\nk\t= v\n\n[S]\nk\t= v\n");
+    EXPECT_EQ(readFile(dir.file("out.ini")), "\n[S]\nk\t= v\n\n[S]\nk\t= v\n");
 
-    // An existing file is emptied by the first open.
-    kivtest::writeFile(dir.file("old.ini"), std::string(500, '#'));
+    writeFile(dir.file("old.ini"), std::string(500, '#'));
     {
         KivClIniFileSave ini(KivClFilename(dir.file("old.ini").c_str()));
         ini.addSection("N");
         EXPECT_TRUE(ini.save());
     }
-    EXPECT_EQ(kivtest::readFile(dir.file("old.ini")), "\n[N]\n");
+    EXPECT_EQ(readFile(dir.file("old.ini")), "\n[N]\n");
 
     // A single-entry call opens a closed file stream on the name.
     {
@@ -141,9 +127,8 @@ TEST(IniSave, SavingToTheNamedFile) {
         std::ofstream stream;
         EXPECT_TRUE(ini.saveSection(stream, "E", nullptr));
         EXPECT_TRUE(ini.saveOption(stream, "n", 5, nullptr));
-        stream.close();
     }
-    EXPECT_EQ(kivtest::readFile(dir.file("entries.ini")), "\n[E]\nn\t= 5\n");
+    EXPECT_EQ(readFile(dir.file("entries.ini")), "\n[E]\nn\t= 5\n");
 
     // A file that cannot be opened leaves every write failing.
     KivClIniFileSave unwritable(KivClFilename(dir.file("no/such/dir/x.ini").c_str()));
@@ -151,44 +136,39 @@ TEST(IniSave, SavingToTheNamedFile) {
     EXPECT_FALSE(unwritable.save());
     EXPECT_FALSE(unwritable.save());
     std::ofstream stream;
+    EXPECT_FALSE(unwritable.saveSection(stream, "S", nullptr));
     KivClIniFileSave unwritable2(KivClFilename(dir.file("no/such/dir/y.ini").c_str()));
     EXPECT_FALSE(unwritable2.saveSection(stream, "S", nullptr));
 }
 
 TEST(IniSave, RoundTripThroughAFile) {
-    kivtest::TempDir dir;
-    // Values the writer quotes (";" or a control character) come back
-    // identical; the others come back as the loader reads plain text.
-    const std::vector<std::pair<std::string, std::string>> quoted = {
-        {"semi", "a;b;c"},
-        {"tab", "\tlead and trail\t"},
-        {"ctl", "x\x01y\x1f\x7fz"},
-        {"hexnext", "\x02" "abc\x03" "9"},
-        {"named", "\a\b\f\n\r\v"},
-        {"blanks", "  padded ; value  "},
-        {"single", "it's ';' here"},
-        {"backslash", "c:\\dir\\file;1"},
+    TempDir dir;
+    // {name, value given, value loaded back}: values the writer quotes (";"
+    // or a control character) come back identical; the others as the loader
+    // reads plain text. A double quote inside a quoted value is written
+    // unescaped, so the loader takes it as the end of a quoted string.
+    const std::vector<std::vector<std::string>> table = {
+        {"semi", "a;b;c", "a;b;c"},
+        {"tab", "\tlead and trail\t", "\tlead and trail\t"},
+        {"ctl", "x\x01y\x1f\x7fz", "x\x01y\x1f\x7fz"},
+        {"hexnext", "\x02" "abc\x03" "9", "\x02" "abc\x03" "9"},
+        {"named", "\a\b\f\n\r\v", "\a\b\f\n\r\v"},
+        {"blanks", "  padded ; value  ", "  padded ; value  "},
+        {"single", "it's ';' here", "it's ';' here"},
+        {"backslash", "c:\\dir\\file;1", "c:\\dir\\file;1"},
+        {"plainblanks", "  padded  ", "padded"},
+        {"quotechar", "'x'", "x"},
+        {"quotestr", "\"q\\tx\"", "q\tx"},
+        {"backslash2", "a\\tb", "a\\tb"},
+        {"high", "caf\xc3\xa9", "caf\xc3\xa9"},
+        {"mixed", "say \"hi\";x", "say hi;x"},
     };
-    const std::vector<std::pair<std::string, std::string>> plain = {
-        {"plainblanks", "  padded  "},
-        {"quotechar", "'x'"},
-        {"quotestr", "\"q\\tx\""},
-        {"backslash2", "a\\tb"},
-        {"high", "caf\xc3\xa9"},
-    };
-    const std::vector<std::string> plainExpected = {"padded", "x", "q\tx", "a\\tb", "caf\xc3\xa9"};
     {
         KivClIniFileSave ini(KivClFilename(dir.file("trip").c_str()));
         ini.addSection("R");
-        for (const auto& entry : quoted) {
-            ASSERT_TRUE(ini.addOption("R", entry.first.c_str(), entry.second.c_str()));
+        for (const auto& row : table) {
+            ASSERT_TRUE(ini.addOption("R", row[0].c_str(), row[1].c_str()));
         }
-        for (const auto& entry : plain) {
-            ASSERT_TRUE(ini.addOption("R", entry.first.c_str(), entry.second.c_str()));
-        }
-        // A double quote inside a quoted value is written unescaped, so the
-        // loader reads it as the end of a quoted string and the value changes.
-        ASSERT_TRUE(ini.addOption("R", "mixed", "say \"hi\";x"));
         ASSERT_TRUE(ini.addOption("R", "commented", "v"));
         KivClIniFileSectionCursor section(ini);
         ASSERT_TRUE(section.setToFirst());
@@ -198,28 +178,12 @@ TEST(IniSave, RoundTripThroughAFile) {
         ASSERT_TRUE(ini.save());
     }
     KivClIniFile back(KivClFilename(dir.file("trip.ini").c_str()));
-    int reports = 0;
-    back.setErrorHandler([](const _KivStError&, unsigned int, void* data) {
-        ++*static_cast<int*>(data);
-        return true;
-    }, &reports);
+    Recorder recorder;
+    recorder.attach(back);
     ASSERT_TRUE(back.load(false));
-    EXPECT_EQ(reports, 0);
-    ASSERT_TRUE(back.getSection("R"));
-    const char* value = nullptr;
-    const char* note = nullptr;
-    for (const auto& entry : quoted) {
-        ASSERT_TRUE(back.getOption(entry.first.c_str(), value, note)) << entry.first;
-        EXPECT_EQ(std::string(value), entry.second) << entry.first;
-        EXPECT_STREQ(note, "") << entry.first;
+    EXPECT_TRUE(recorder.reports.empty());
+    for (const auto& row : table) {
+        EXPECT_EQ(entry(back, "R", row[0].c_str()), std::make_pair(row[2], std::string())) << row[0];
     }
-    for (size_t i = 0; i < plain.size(); ++i) {
-        ASSERT_TRUE(back.getOption(plain[i].first.c_str(), value)) << plain[i].first;
-        EXPECT_EQ(std::string(value), plainExpected[i]) << plain[i].first;
-    }
-    ASSERT_TRUE(back.getOption("mixed", value, note));
-    EXPECT_STREQ(value, "say hi;x");
-    EXPECT_STREQ(note, "");
-    ASSERT_TRUE(back.getOption("commented", value));
-    EXPECT_STREQ(value, "v;w");
+    EXPECT_EQ(value(back, "R", "commented"), "v;w");
 }
