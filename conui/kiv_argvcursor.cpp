@@ -1,6 +1,7 @@
 // Argument cursors over a program's command line.
 #include "kiv_argv.hpp"
 
+#include <climits>
 #include <cstring>
 
 #include "kiv_usage.hpp"
@@ -46,7 +47,7 @@ bool KivClArgvCursor::setToFirst() {
 }
 
 bool KivClArgvCursor::setToNext() {
-    if (index_ < argc_) ++index_;
+    if (index_ < INT_MAX) ++index_;
     return isValid();
 }
 
@@ -56,7 +57,7 @@ bool KivClArgvCursor::setToLast() {
 }
 
 bool KivClArgvCursor::setToPrevious() {
-    if (index_ > 0) --index_;
+    if (index_ > INT_MIN) --index_;
     return isValid();
 }
 
@@ -108,9 +109,12 @@ bool KivClArgvCheckCursor::reqArg() const {
     return item.isValid() && item.reqArg();
 }
 
+// Only asked on a valid switch entry, so the index is below argc and the
+// next index cannot overflow.
 bool KivClArgvCheckCursor::hasArg() const {
+    if (!isSwitch()) return false;
     const char* next = entryAt(getIndex() + 1);
-    return isSwitch() && next != nullptr && !KivClUsageCursor::isSwitchIndicator(next);
+    return next != nullptr && !KivClUsageCursor::isSwitchIndicator(next);
 }
 
 bool KivClArgvCheckCursor::isTagged() const {

@@ -60,13 +60,13 @@ bool KivClUsageCursor::isSwitchIndicator(const char* text) {
 bool KivClUsageCursor::isArgEllipsis() const { return *position_ == '.'; }
 
 bool KivClUsageCursor::reqArg() const {
-    if (groupDepth_ == 0 || !isSwitch()) return false;
+    if (groupDepth_ == 0) return false;
     KivClUsageCursor next(*this);
     return next.setToNext() && !next.isSwitch() && next.groupDepth_ == groupDepth_;
 }
 
 bool KivClUsageCursor::reqArgEllipsis() const {
-    if (groupDepth_ == 0 || !isSwitch()) return false;
+    if (groupDepth_ == 0) return false;
     KivClUsageCursor next(*this);
     while (next.setToNext()) {
         if (next.groupDepth_ != groupDepth_ || next.isSwitch()) return false;

@@ -12,11 +12,12 @@
 // those that are neither switches nor the value of the switch before them.
 //
 // The cursors are plain values that own nothing: the argument array and the
-// usage string must outlive them. Moving never goes more than one step
-// beyond either end, so a cursor that ran off can step back in and no index
-// can overflow. A null argv counts as an empty command line, a negative argc
-// as 0, a null usage string as the empty one. Questions asked at an invalid
-// position answer false (or null).
+// usage string must outlive them. Each move changes the index by one even
+// beyond either end (a cursor two steps past the end needs two steps back);
+// the index saturates at the limits of int instead of overflowing. A null
+// argv counts as an empty command line, a negative argc as 0, a null usage
+// string as the empty one. Questions asked at an invalid position answer
+// false (or null).
 #ifndef KIV_ARGV_HPP
 #define KIV_ARGV_HPP
 
@@ -97,6 +98,8 @@ private:
 
 class KivClArgvFreeCursor : public KivClArgvCheckCursor {
 public:
+    // Takes what the check cursor takes and, like it, stands on entry 1,
+    // free or not: call setToFirst to reach the first free entry.
     KivClArgvFreeCursor(int argc, const char** argv, const char* usage);
     KivClArgvFreeCursor(const KivClArgvFreeCursor&) = default;
     KivClArgvFreeCursor& operator=(const KivClArgvFreeCursor&) = default;

@@ -53,10 +53,12 @@ public:
     // The cursor stands on the last dot of an ellipsis.
     bool isArgEllipsis() const;
     // The switch under the cursor takes a value: inside a group, the next
-    // item is no switch and lies in the same group. False on other items.
+    // item is no switch and lies in the same group. The question is meant for
+    // switches; on other items it answers the same test.
     bool reqArg() const;
     // The switch under the cursor takes a list of values: inside its group,
-    // an ellipsis follows before any switch. False on other items.
+    // an ellipsis follows before any switch and before any item at another
+    // group depth.
     bool reqArgEllipsis() const;
 
     // The item under the cursor, written in full ("-key", "<key>"), equals
