@@ -1,11 +1,13 @@
-// Analysis of file names: style, server prefix, parts, extraction, limits
-// and copies.
+// File names: style, server prefix, parts, extraction, comparisons, the 8.3
+// test, the operations that change a name, limits and copies.
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "kiv_filename.hpp"
 #include "kiv_test_support.hpp"
@@ -15,34 +17,17 @@ namespace {
 constexpr KivEnPathStyle DOS = KivEnPathStyleDOS;
 constexpr KivEnPathStyle UNIX = KivEnPathStyleUnix;
 
-std::string pathOf(const KivClFilenameABase& name, bool withSeparator) {
-    char out[KivClFilenameABase::BUFFER_SIZE];
-    name.extractPath(out, withSeparator);
-    return out;
-}
-
-std::string baseOf(const KivClFilenameABase& name) {
-    char out[KivClFilenameABase::BUFFER_SIZE];
-    name.extractBaseName(out);
-    return out;
-}
-
-std::string serverOf(const KivClFilenameABase& name) {
-    char out[KivClFilenameABase::BUFFER_SIZE];
-    name.extractServer(out);
-    return out;
-}
-
-// Every position of name lies inside its own buffer, in order.
-void expectSelfContained(const KivClFilenameABase& name) {
-    const char* begin = name.getAsCString();
-    const char* end = begin + name.getLength();
-    EXPECT_EQ(name.getName(), begin);
-    EXPECT_LE(begin, name.getPathStart());
-    EXPECT_LE(name.getPathStart(), name.getFilePart());
-    EXPECT_LE(name.getFilePart(), name.getExtension());
-    EXPECT_LE(name.getExtension(), end);
-    EXPECT_EQ(*end, '\0');
+// name holds text, and each of its parts starts where a fresh analysis of
+// text puts it, inside name's own buffer.
+void expectParts(const KivClFilenameABase& name, const std::string& text) {
+    const KivClFilenameABase fresh(text.c_str());
+    const char* own = name.getAsCString();
+    EXPECT_EQ(own, text);
+    EXPECT_EQ(name.getLength(), text.size());
+    EXPECT_EQ(name.getName(), own);
+    EXPECT_EQ(name.getPathStart() - own, fresh.getPathStart() - fresh.getName());
+    EXPECT_EQ(name.getFilePart() - own, fresh.getFilePart() - fresh.getName());
+    EXPECT_EQ(name.getExtension() - own, fresh.getExtension() - fresh.getName());
 }
 
 struct NameCase {
@@ -54,8 +39,8 @@ struct NameCase {
     const char* pathProper;
     const char* base;
     const char* extension;
-    const char* path;          // extractPath without separator
-    const char* pathWithSep;   // extractPath with separator
+    const char* path;         // extractPath without separator
+    const char* pathWithSep;  // extractPath with separator
 };
 
 const NameCase kNameCases[] = {
@@ -63,8 +48,7 @@ const NameCase kNameCases[] = {
     {"\\dir\\f.txt", DOS, false, false, "", "\\dir\\f.txt", "f", ".txt", "\\dir", "\\dir\\"},
     {"\\\\srv\\share\\dir\\f", DOS, false, true, "\\\\srv\\share", "\\dir\\f", "f", "",
      "\\\\srv\\share\\dir", "\\\\srv\\share\\dir\\"},
-    {"\\\\srv\\share\\", DOS, false, true, "\\\\srv\\share", "\\", "", "", "\\\\srv\\share",
-     "\\\\srv\\share\\"},
+    // A bare server prefix is DOS style although its path proper is empty.
     {"\\\\srv\\share", DOS, false, true, "\\\\srv\\share", "", "", "", "", ""},
     {"\\\\srv", DOS, false, false, "", "\\\\srv", "srv", "", "\\", "\\\\"},
     {"\\\\", DOS, false, false, "", "\\\\", "", "", "\\", "\\\\"},
@@ -94,49 +78,38 @@ TEST(Filename, AnalysesStyleServerAndParts) {
         EXPECT_EQ(name.hasDrive(), c.drive);
         EXPECT_EQ(name.isAbsolute(), c.absolute);
         EXPECT_EQ(name.hasServerPrefix(), c.server[0] != '\0');
-        EXPECT_EQ(serverOf(name), c.server);
         EXPECT_STREQ(name.getPathStart(), c.pathProper);
-        EXPECT_EQ(baseOf(name), c.base);
-        EXPECT_EQ(name.getBaseNameLength(), std::strlen(c.base));
         EXPECT_STREQ(name.getExtension(), c.extension);
-        EXPECT_EQ(pathOf(name, false), c.path);
-        EXPECT_EQ(pathOf(name, true), c.pathWithSep);
-        expectSelfContained(name);
+        char out[KivClFilenameABase::BUFFER_SIZE];
+        name.extractServer(out);
+        EXPECT_STREQ(out, c.server);
+        name.extractBaseName(out);
+        EXPECT_STREQ(out, c.base);
+        name.extractPath(out, false);
+        EXPECT_STREQ(out, c.path);
+        name.extractPath(out, true);
+        EXPECT_STREQ(out, c.pathWithSep);
+        EXPECT_EQ(name.getName(), name.getAsCString());
     }
 }
 
 TEST(Filename, PathPropertyRules) {
-    KivClPathProperty empty;
-    EXPECT_STREQ(empty.getName(), "");
-    EXPECT_EQ(empty.getPathStyle(), UNIX);
-    EXPECT_FALSE(empty.isAbsolute());
-
     KivClPathProperty property(nullptr);
     EXPECT_STREQ(property.getName(), "");
+    EXPECT_EQ(property.getPathStyle(), UNIX);
     EXPECT_EQ(property.getStyle(nullptr), UNIX);
-    EXPECT_EQ(property.getStyle("c:x"), DOS);
-    EXPECT_EQ(property.getStyle("1:x"), UNIX);
-    EXPECT_EQ(property.getStyle("a/b\\c"), DOS);
-    EXPECT_EQ(property.getStyle("a/b:c"), UNIX);
-    EXPECT_EQ(property.getStyle(""), UNIX);
-    EXPECT_EQ(property.getPathSep("C:"), '\\');
-    EXPECT_EQ(property.getPathSep("/x"), '/');
+    EXPECT_EQ(property.getStyle("1:x"), UNIX);  // only a letter makes a drive
+    EXPECT_EQ(property.getPathSep("a:"), '\\');
+    EXPECT_EQ(property.getPathSep("a/b:c"), '/');
 
-    property.init("\\\\srv\\share\\a\\b");
-    EXPECT_FALSE(property.isNormalized());
-    EXPECT_EQ(property.getSeparator(), '\\');
-    property.init("\\\\srv\\share\\a/b");
-    EXPECT_FALSE(property.isNormalized());
-    EXPECT_EQ(property.getPathStyle(), DOS);
     // The share name runs to the next backslash, so "share/a/b" is all share.
     property.init("\\\\srv\\share/a/b");
     EXPECT_STREQ(property.getPathStart(), "");
     EXPECT_TRUE(property.isNormalized());
-    EXPECT_EQ(property.getPathStyle(), DOS);
     EXPECT_TRUE(property.isAbsolute());
-    property.init("/x\\y");
+    property.init("\\\\srv\\share\\a/b");
     EXPECT_FALSE(property.isNormalized());
-    EXPECT_FALSE(property.isAbsolute());  // DOS style without drive
+    EXPECT_EQ(property.getSeparator(), '\\');
 
     char text[] = "\\\\a\\b\\c";
     KivClPathProperty::normalizePath(text);
@@ -144,16 +117,43 @@ TEST(Filename, PathPropertyRules) {
     KivClPathProperty::normalizePath(nullptr);
 }
 
+TEST(Filename, JoinsPathBaseAndExtensionWithinTheLimit) {
+    struct JoinCase {
+        std::string path;
+        const char* base;
+        const char* extension;
+        std::string expected;
+    };
+    const std::string full(4096, 'p');
+    const JoinCase cases[] = {
+        {"/a/b", "f", "txt", "/a/b/f.txt"},
+        {"/a/b/", "f", ".txt", "/a/b/f.txt"},
+        {"C:\\dir", "f", "txt", "C:\\dir\\f.txt"},
+        {"C:", "f", nullptr, "C:\\f"},
+        {"", "f", "txt", "f.txt"},
+        {"/a", "f", "", "/a/f."},
+        {"/a", nullptr, "x", "/a/.x"},
+        {"\\\\srv\\share", "f", "t", "\\\\srv\\share\\f.t"},
+        {"dir", "a\\b", nullptr, "dir/a\\b"},  // the style comes from the path alone
+        {full, "base", "ext", full},           // a full path gets no separator
+        {full.substr(2), "base", "ext", full.substr(2) + "/b"},
+        {full.substr(6), "base", "ext", full.substr(6) + "/base."},
+    };
+    for (const JoinCase& c : cases) {
+        SCOPED_TRACE(c.expected.substr(0, 40));
+        expectParts(KivClFilenameABase(c.path.c_str(), c.base, c.extension), c.expected);
+    }
+    EXPECT_STREQ(KivClFilenameABase(nullptr, "f", nullptr).getAsCString(), "f");
+    EXPECT_EQ(KivClFilenameABase("dir", "a\\b", nullptr).getPathStyle(), UNIX);
+    EXPECT_STREQ(KivClFilenameABase("\\\\srv\\share", "f", nullptr).getPathStart(), "\\f");
+}
+
 TEST(Filename, OverLongInputIsCutAt4096) {
     const std::string longText(5000, 'a');
-    KivClFilename name(longText.c_str());
-    EXPECT_EQ(name.getLength(), 4096u);
-    EXPECT_EQ(std::string(name.getAsCString()), longText.substr(0, 4096));
-    expectSelfContained(name);
+    expectParts(KivClFilename(longText.c_str()), longText.substr(0, 4096));
 
-    // A directory long enough to push the file part past the limit.
-    const std::string deep = "/" + std::string(4090, 'd') + "/file.txt";
-    KivClFilename cut(deep.c_str());
+    // The cut falls inside the file part and takes the extension with it.
+    KivClFilename cut(("/" + std::string(4090, 'd') + "/file.txt").c_str());
     EXPECT_EQ(cut.getLength(), 4096u);
     EXPECT_STREQ(cut.getFilePart(), "file");
     EXPECT_STREQ(cut.getExtension(), "");
@@ -162,90 +162,166 @@ TEST(Filename, OverLongInputIsCutAt4096) {
     EXPECT_STREQ(KivClFilename("abcdef", 3).getAsCString(), "abc");
     EXPECT_STREQ(KivClFilename("ab", 10).getAsCString(), "ab");
     EXPECT_STREQ(KivClFilename("abc", 0).getAsCString(), "");
-    EXPECT_EQ(KivClFilename(longText.c_str(), 5000).getLength(), 4096u);
     EXPECT_STREQ(KivClFilename(nullptr, 5).getAsCString(), "");
-
-    // Joining: a full path gets no separator and nothing else fits.
-    const std::string full(4096, 'p');
-    KivClFilename joined(full.c_str(), "base", "ext");
-    EXPECT_EQ(joined.getLength(), 4096u);
-    EXPECT_EQ(std::string(joined.getAsCString()), full);
-    const std::string almost(4094, 'p');
-    KivClFilename joined2(almost.c_str(), "base", "ext");
-    EXPECT_EQ(std::string(joined2.getAsCString()), almost + "/b");
-    const std::string room(4090, 'p');
-    KivClFilename joined3(room.c_str(), "base", "ext");
-    EXPECT_EQ(std::string(joined3.getAsCString()), room + "/base.");
-    EXPECT_STREQ(joined3.getExtension(), ".");
-}
-
-TEST(Filename, JoinsPathBaseAndExtension) {
-    struct JoinCase {
-        const char* path;
-        const char* base;
-        const char* extension;
-        const char* expected;
-    };
-    const JoinCase cases[] = {
-        {"/a/b", "f", "txt", "/a/b/f.txt"},
-        {"/a/b/", "f", ".txt", "/a/b/f.txt"},
-        {"C:\\dir", "f", "txt", "C:\\dir\\f.txt"},
-        {"C:", "f", nullptr, "C:\\f"},
-        {"", "f", "txt", "f.txt"},
-        {nullptr, "f", nullptr, "f"},
-        {"/a", "f", "", "/a/f."},
-        {"/a", nullptr, "x", "/a/.x"},
-        {"\\\\srv\\share", "f", "t", "\\\\srv\\share\\f.t"},
-    };
-    for (const JoinCase& c : cases) {
-        SCOPED_TRACE(c.expected);
-        KivClFilenameABase name(c.path, c.base, c.extension);
-        EXPECT_STREQ(name.getAsCString(), c.expected);
-        EXPECT_EQ(name.getLength(), std::strlen(c.expected));
-        expectSelfContained(name);
-    }
-    // The style is decided by the path alone.
-    KivClFilenameABase unixPath("dir", "a\\b", nullptr);
-    EXPECT_EQ(unixPath.getPathStyle(), UNIX);
-    EXPECT_STREQ(unixPath.getAsCString(), "dir/a\\b");
-    KivClFilenameABase serverPath("\\\\srv\\share", "f", nullptr);
-    EXPECT_STREQ(serverPath.getPathStart(), "\\f");
+    EXPECT_EQ(KivClFilename(longText.c_str(), 5000).getLength(), 4096u);
 }
 
 TEST(Filename, CopiesNeverPointIntoTheSource) {
     auto original = std::make_unique<KivClFilenameABase>("\\\\srv\\share\\dir\\f.txt");
     KivClFilename copy(*original);
-    KivClFilename assigned;
+    KivClFilename assigned("/a/much/longer/name/than/the/source.ext");
     assigned = *original;
     KivClFilenameABase baseCopy = copy;
-    original.reset();  // the copies must not depend on it any more
+    original.reset();
 
     const KivClFilenameABase* copies[] = {&copy, &assigned, &baseCopy};
     for (const KivClFilenameABase* name : copies) {
-        EXPECT_STREQ(name->getAsCString(), "\\\\srv\\share\\dir\\f.txt");
-        EXPECT_STREQ(name->getPathStart(), "\\dir\\f.txt");
-        EXPECT_STREQ(name->getFilePart(), "f.txt");
-        EXPECT_STREQ(name->getExtension(), ".txt");
+        expectParts(*name, "\\\\srv\\share\\dir\\f.txt");
         EXPECT_EQ(name->getPathStyle(), DOS);
-        EXPECT_EQ(serverOf(*name), "\\\\srv\\share");
-        expectSelfContained(*name);
     }
 
     // Changing a copy leaves the other alone; self-assignment keeps the name.
     KivClFilename second(copy);
     second.setNewExtension("log");
-    EXPECT_STREQ(copy.getAsCString(), "\\\\srv\\share\\dir\\f.txt");
-    EXPECT_STREQ(second.getAsCString(), "\\\\srv\\share\\dir\\f.log");
     KivClFilename& alias = second;
     second = alias;
+    EXPECT_STREQ(copy.getAsCString(), "\\\\srv\\share\\dir\\f.txt");
     EXPECT_STREQ(second.getAsCString(), "\\\\srv\\share\\dir\\f.log");
-    expectSelfContained(second);
+}
 
-    // Re-assigning a longer name to a copy with a shorter one and back.
-    KivClFilename shortName("a");
-    shortName = KivClFilename("/very/long/path/name.ext");
-    EXPECT_STREQ(shortName.getExtension(), ".ext");
-    expectSelfContained(shortName);
+// A name, an argument and whether the name matches it.
+struct MatchCase {
+    const char* name;
+    const char* argument;
+    bool matches;
+};
+
+TEST(FilenameMatch, PathAndBase) {
+    struct PairCase {
+        const char* self;
+        const char* other;
+        bool path;
+        bool base;
+    };
+    const PairCase cases[] = {
+        {"/a/b/f.txt", "/a/b/g.doc", true, false},
+        {"/a/b/f.txt", "/a/c/f.doc", false, true},
+        {"/a/f", "/a/b/c/f", true, true},  // this path is a prefix of the other's
+        {"/A/f", "/a/F", false, false},                    // Unix: case counts
+        {"C:\\Dir\\ABC.txt", "c:\\dir\\abc", true, true},  // DOS: case ignored
+        {"f", "/anything/f.x", true, true},                // no path matches any path
+        {"\\\\srv\\share\\d\\f", "\\\\other\\x\\d\\f", true, true},  // path proper only
+        {"/x/abc", "/x/abcd", true, false},
+        {"/x/a.b", "/x/a.b.c", true, false},  // base "a" against base "a.b"
+        {"/x/", "/x/.profile", true, true},   // both base names empty
+    };
+    for (const PairCase& c : cases) {
+        SCOPED_TRACE(std::string(c.self) + " vs " + c.other);
+        KivClFilename self(c.self);
+        KivClFilename other(c.other);
+        EXPECT_EQ(self.matchesPath(other), c.path);
+        EXPECT_EQ(self.matchesBase(other), c.base);
+    }
+}
+
+TEST(FilenameMatch, ExtensionAndWildcard) {
+    const MatchCase extensions[] = {
+        {"/a/f.txt", "txt", true},     {"/a/f.txt", ".txt", true},    {"/a/f.txt", "TXT", false},
+        {"C:\\f.txt", ".Txt", true},   {"/a/Makefile", "", true},     {"/a/Makefile", nullptr, true},
+        {"/a/Makefile", "txt", false}, {"/a/f.txt", "", false},       {"/a/f.txt", "tx", false},
+        {"/a/c.tar.gz", "tar.gz", false}, {"/a/f.", "", true},        {"/a/f.", ".", true},
+    };
+    for (const MatchCase& c : extensions) {
+        SCOPED_TRACE(std::string(c.name) + " ext " + (c.argument ? c.argument : "(null)"));
+        EXPECT_EQ(KivClFilename(c.name).matchesExtension(c.argument), c.matches);
+    }
+    // The directory takes no part; case counts in Unix style only.
+    const MatchCase patterns[] = {
+        {"/a/b/readme.txt", "*.txt", true},  {"/a/b/readme.txt", "README.*", false},
+        {"C:\\d\\readme.txt", "README.*", true}, {"/a/b/c.txt", "b*", false},
+        {"/a/b/", "*", true},                {"/a/b/", "?", false},
+        {"/a/b/c.txt", "", false},
+    };
+    for (const MatchCase& c : patterns) {
+        SCOPED_TRACE(std::string(c.name) + " ~ " + c.argument);
+        EXPECT_EQ(KivClFilename(c.name).matchesWildcardPattern(c.argument), c.matches);
+    }
+}
+
+TEST(FilenameMatch, Fat83Names) {
+    // Base names of 8 and 9, extensions of 3 and 4, directories of 8 and 9 or
+    // with a dot, Unix style, drives that are letters or not, reserved characters.
+    const std::pair<const char*, bool> cases[] = {
+        {"C:\\ABCDEFGH.TXT", true},    {"C:\\ABCDEFGHI.TXT", false},   {"C:\\A.HTML", false},
+        {"C:\\DIR.X\\A.TXT", false},   {"C:\\ABCDEFGH\\A.TXT", true},  {"C:\\ABCDEFGHI\\A.TXT", false},
+        {"/a/b.txt", false},           {"C:A.TXT", true},              {"\\DIR\\A.TXT", true},
+        {"\\\\srv\\share\\A.TXT", true}, {"1:\\A.TXT", false},         {"C:\\A*B.TXT", false},
+        {"C:\\A\"B", false},           {"C:\\A B.", true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.first);
+        EXPECT_EQ(KivClFilename(c.first).isStyleFAT_8_3(), c.second);
+    }
+}
+
+TEST(FilenameChange, ExtensionPathAndNames) {
+    struct ChangeCase {
+        const char* start;
+        std::function<void(KivClFilename&)> change;
+        const char* expected;
+    };
+    const ChangeCase cases[] = {
+        {"/a/f.txt", [](KivClFilename& f) { f.setNewExtension("log"); }, "/a/f.log"},
+        {"/a/f.txt", [](KivClFilename& f) { f.setNewExtension(".log"); }, "/a/f.log"},
+        {"/a/f.txt", [](KivClFilename& f) { f.setNewExtension(""); }, "/a/f"},
+        {"/a/f.txt", [](KivClFilename& f) { f.setNewExtension(nullptr); }, "/a/f"},
+        {"/a/Makefile", [](KivClFilename& f) { f.setNewExtension("bak"); }, "/a/Makefile.bak"},
+        {"/a/c.tar.gz", [](KivClFilename& f) { f.setNewExtension("bz2"); }, "/a/c.tar.bz2"},
+        {"/a/f.txt", [](KivClFilename& f) { f.setNewName("g.c"); }, "/a/g.c"},
+        {"C:\\d\\f.txt", [](KivClFilename& f) { f.setNewName("G"); }, "C:\\d\\G"},
+        {"f.txt", [](KivClFilename& f) { f.setNewName("g"); }, "g"},
+        {"/a/f.txt", [](KivClFilename& f) { f.setNewBaseName("g"); }, "/a/g.txt"},
+        {"/a/f", [](KivClFilename& f) { f.setNewBaseName("g"); }, "/a/g"},
+        {"/a/f.txt", [](KivClFilename& f) { f.setNewPath("/b/c"); }, "/b/c/f.txt"},
+        {"/a/f.txt", [](KivClFilename& f) { f.setNewPath("C:\\x"); }, "C:\\x\\f.txt"},
+        {"/a/f.txt", [](KivClFilename& f) { f.setNewPath(""); }, "f.txt"},
+        {"/a/f", [](KivClFilename& f) { f.setNewPath(KivClLocation("/tmp")); }, "/tmp/f"},
+        {"/a/b/f.txt", [](KivClFilename& f) { f.removePath(); }, "f.txt"},
+        {"\\\\srv\\share\\d\\f.t", [](KivClFilename& f) { f.removePath(); }, "f.t"},
+        {"f.txt", [](KivClFilename& f) { f.removePath(); }, "f.txt"},
+        {"/a/f", [](KivClFilename& f) { f.setNew(KivClLocation("/x"), "n.e"); }, "/x/n.e"},
+        // Arguments that point into the name itself.
+        {"/a/f.txt", [](KivClFilename& f) { f.setNewExtension(f.getExtension()); }, "/a/f.txt"},
+        {"/a/b/f.t", [](KivClFilename& f) { f.setNewPath(f.getPathStart() + 2); }, "/b/f.t/f.t"},
+        {"/a/f.txt", [](KivClFilename& f) { f.setNewName(f.getFilePart()); }, "/a/f.txt"},
+    };
+    for (const ChangeCase& c : cases) {
+        SCOPED_TRACE(std::string(c.start) + " -> " + c.expected);
+        KivClFilename name(c.start);
+        c.change(name);
+        expectParts(name, c.expected);
+    }
+    EXPECT_STREQ(KivClFilename(KivClLocation("C:\\dir"), "f", "txt").getAsCString(), "C:\\dir\\f.txt");
+}
+
+TEST(FilenameChange, StaysWithinTheLimit) {
+    // A name that fills the buffer leaves no room for an extension.
+    const std::string full(4096, 'f');
+    KivClFilename name(full.c_str());
+    name.setNewExtension("txt");
+    expectParts(name, full);
+    KivClFilename nearlyFull(full.substr(2).c_str());
+    nearlyFull.setNewExtension("txt");
+    expectParts(nearlyFull, full.substr(2) + ".t");
+
+    const std::string longText(5000, 'e');
+    KivClFilename shortName("/a/f.x");
+    shortName.setNewExtension(longText.c_str());
+    expectParts(shortName, "/a/f." + longText.substr(0, 4091));
+    shortName.setNewBaseName(longText.c_str());
+    expectParts(shortName, "/a/" + longText.substr(0, 4093));
+    shortName.setNewPath(longText.c_str());
+    expectParts(shortName, longText.substr(0, 4096));
 }
 
 // Derived name types build on the protected helpers; this one opens them.
@@ -260,53 +336,36 @@ TEST(Filename, ProtectedHelpersForDerivedNames) {
     // Appending does not analyse the parts again: the extension reaches on.
     RawFilename backup("/a/f.txt");
     backup.appendText(".bak");
-    EXPECT_STREQ(backup.getAsCString(), "/a/f.txt.bak");
-    EXPECT_EQ(backup.getLength(), 12u);
+    backup.appendText(nullptr);
     EXPECT_STREQ(backup.getExtension(), ".txt.bak");
-    RawFilename plain("/a/Makefile");
-    EXPECT_FALSE(plain.hasExtension());
-    plain.appendText(".bak");
-    EXPECT_TRUE(plain.hasExtension());
-    EXPECT_STREQ(plain.getExtension(), ".bak");
-    plain.appendText(nullptr);
-    EXPECT_EQ(plain.getLength(), 15u);
-
-    const std::string full(4094, 'x');
-    RawFilename nearlyFull(full.c_str());
-    nearlyFull.appendText(".bak");
-    EXPECT_EQ(nearlyFull.getLength(), 4096u);
-    EXPECT_EQ(std::string(nearlyFull.getAsCString()), full + ".b");
+    EXPECT_EQ(backup.getLength(), 12u);
+    RawFilename cut(std::string(4094, 'x').c_str());
+    cut.appendText(".bak");
+    EXPECT_EQ(std::string(cut.getAsCString()), std::string(4094, 'x') + ".b");
+    EXPECT_EQ(cut.getLength(), 4096u);
 
     RawFilename temporary("/tmp/old.name");
     temporary.replaceFilePart("tmpAB123.543");
-    EXPECT_STREQ(temporary.getAsCString(), "/tmp/tmpAB123.543");
-    EXPECT_STREQ(temporary.getExtension(), ".543");
-    EXPECT_EQ(temporary.getLength(), 17u);
+    expectParts(temporary, "/tmp/tmpAB123.543");
     temporary.replaceFilePart(temporary.getFilePart() + 3);  // overlapping text
-    EXPECT_STREQ(temporary.getAsCString(), "/tmp/AB123.543");
+    expectParts(temporary, "/tmp/AB123.543");
     temporary.replaceFilePart("");
-    EXPECT_STREQ(temporary.getAsCString(), "/tmp/");
-    EXPECT_FALSE(temporary.hasExtension());
-
-    const std::string longPart(5000, 'p');
-    temporary.replaceFilePart(longPart.c_str());
-    EXPECT_EQ(temporary.getLength(), 4096u);
-    EXPECT_EQ(std::string(temporary.getFilePart()), longPart.substr(0, 4091));
+    expectParts(temporary, "/tmp/");
+    temporary.replaceFilePart(std::string(5000, 'p').c_str());
+    expectParts(temporary, "/tmp/" + std::string(4091, 'p'));
 }
 
 TEST(Filename, ExistenceAndPlatformFacts) {
     kivtest::TempDir dir;
-    const std::string file = dir.file("present.txt");
-    kivtest::writeFile(file, "x");
-    EXPECT_TRUE(KivClFilename(file.c_str()).isExistent());
+    kivtest::writeFile(dir.file("present.txt"), "x");
+    EXPECT_TRUE(KivClFilename(dir.file("present.txt").c_str()).isExistent());
     EXPECT_FALSE(KivClFilename(dir.file("absent.txt").c_str()).isExistent());
     EXPECT_FALSE(KivClFilename("").isExistent());
 
     EXPECT_EQ(kivGetOperatingSystemId(), 8u);
-    EXPECT_TRUE(kivFileIsOpenedInBinaryMode(stdout));
-    EXPECT_TRUE(kivFileIsOpenedInTextMode(stdout));
-    EXPECT_TRUE(kivFileIsOpenedInBinaryMode(std::cin));
-    EXPECT_TRUE(kivFileIsOpenedInTextMode(std::cout));
+    EXPECT_TRUE(kivFileIsOpenedInBinaryMode(stdout) && kivFileIsOpenedInTextMode(stdout));
+    EXPECT_TRUE(kivFileIsOpenedInBinaryMode(std::cin) && kivFileIsOpenedInTextMode(std::cin));
+    EXPECT_TRUE(kivFileIsOpenedInBinaryMode(std::cout) && kivFileIsOpenedInTextMode(std::cout));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Directory locations: separator, normalisation, roots and copies.
+// Directory locations: separator, normalisation, roots, limits and copies.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -10,38 +10,35 @@
 
 namespace {
 
-struct LocationCase {
-    const char* text;
-    bool normalize;
-    const char* expected;
-    KivEnPathStyle style;
-    bool absolute;
-    bool root;
-};
-
-const LocationCase kLocationCases[] = {
-    {"/tmp", false, "/tmp/", KivEnPathStyleUnix, true, false},
-    {"/tmp/", false, "/tmp/", KivEnPathStyleUnix, true, false},
-    {"/", false, "/", KivEnPathStyleUnix, true, true},
-    {"//", false, "//", KivEnPathStyleUnix, true, false},
-    {"", false, "", KivEnPathStyleUnix, false, false},
-    {"tmp", false, "tmp/", KivEnPathStyleUnix, false, false},
-    {"C:\\", false, "C:\\", KivEnPathStyleDOS, true, true},
-    {"C:", false, "C:\\", KivEnPathStyleDOS, true, true},
-    {"C:\\x\\", false, "C:\\x\\", KivEnPathStyleDOS, true, false},
-    {"C:\\x", false, "C:\\x\\", KivEnPathStyleDOS, true, false},
-    {"\\x", false, "\\x\\", KivEnPathStyleDOS, false, false},
-    {"\\\\srv\\share", false, "\\\\srv\\share\\", KivEnPathStyleDOS, true, true},
-    {"\\\\srv\\share\\", false, "\\\\srv\\share\\", KivEnPathStyleDOS, true, true},
-    {"\\\\srv\\share\\dir", false, "\\\\srv\\share\\dir\\", KivEnPathStyleDOS, true, false},
-    {"C:\\a\\b", true, "C:/a/b/", KivEnPathStyleDOS, false, false},
-    {"\\a\\b", true, "/a/b/", KivEnPathStyleUnix, true, false},
-    {"\\\\srv\\share\\d", true, "\\\\srv\\share/d/", KivEnPathStyleUnix, true, false},
-    {"/a/b", true, "/a/b/", KivEnPathStyleUnix, true, false},
-};
+constexpr KivEnPathStyle DOS = KivEnPathStyleDOS;
+constexpr KivEnPathStyle UNIX = KivEnPathStyleUnix;
 
 TEST(Location, SeparatorStyleAndRoot) {
-    for (const LocationCase& c : kLocationCases) {
+    struct LocationCase {
+        const char* text;
+        bool normalize;
+        const char* expected;
+        KivEnPathStyle style;
+        bool absolute;
+        bool root;
+    };
+    const LocationCase cases[] = {
+        {"/tmp", false, "/tmp/", UNIX, true, false},
+        {"/tmp/", false, "/tmp/", UNIX, true, false},
+        {"/", false, "/", UNIX, true, true},
+        {"//", false, "//", UNIX, true, false},
+        {"", false, "", UNIX, false, false},
+        {"tmp", false, "tmp/", UNIX, false, false},
+        {"C:\\", false, "C:\\", DOS, true, true},
+        {"C:", false, "C:\\", DOS, true, true},
+        {"C:\\x\\", false, "C:\\x\\", DOS, true, false},
+        {"\\x", false, "\\x\\", DOS, false, false},
+        {"\\\\srv\\share", false, "\\\\srv\\share\\", DOS, true, true},
+        {"C:\\a\\b", true, "C:/a/b/", DOS, false, false},
+        {"\\a\\b", true, "/a/b/", UNIX, true, false},
+        {"\\\\srv\\share\\d", true, "\\\\srv\\share/d/", UNIX, true, false},
+    };
+    for (const LocationCase& c : cases) {
         SCOPED_TRACE(std::string(c.text) + (c.normalize ? " (normalised)" : ""));
         KivClLocation location(c.text, c.normalize);
         EXPECT_STREQ(location.getAsCString(), c.expected);
@@ -50,32 +47,17 @@ TEST(Location, SeparatorStyleAndRoot) {
         EXPECT_EQ(location.isAbsolute(), c.absolute);
         EXPECT_EQ(location.isRoot(), c.root);
         EXPECT_EQ(location.getName(), location.getAsCString());
-        if (c.normalize) {
-            EXPECT_TRUE(location.isNormalized());
-        }
+        EXPECT_TRUE(!c.normalize || location.isNormalized());
     }
-    KivClLocation empty;
-    EXPECT_STREQ(empty.getAsCString(), "");
-    EXPECT_FALSE(empty.isRoot());
+    EXPECT_STREQ(KivClLocation().getAsCString(), "");
+    EXPECT_FALSE(KivClLocation().isRoot());
     EXPECT_STREQ(KivClLocation(nullptr).getAsCString(), "");
 }
 
 TEST(Location, FromFilenameAndText) {
-    struct FromNameCase {
-        const char* name;
-        const char* expected;
-    };
-    const FromNameCase cases[] = {
-        {"/a/b/c.txt", "/a/b/"},
-        {"abc", ""},
-        {"\\\\srv\\share\\f", "\\\\srv\\share\\"},
-        {"C:\\d\\f.txt", "C:\\d\\"},
-        {"/f", "/"},
-    };
-    for (const FromNameCase& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_STREQ(KivClLocation(KivClFilename(c.name)).getAsCString(), c.expected);
-    }
+    EXPECT_STREQ(KivClLocation(KivClFilename("/a/b/c.txt")).getAsCString(), "/a/b/");
+    EXPECT_STREQ(KivClLocation(KivClFilename("abc")).getAsCString(), "");
+    EXPECT_STREQ(KivClLocation(KivClFilename("\\\\srv\\share\\f")).getAsCString(), "\\\\srv\\share\\");
     EXPECT_STREQ(KivClLocation(KivClFilename("C:\\d\\f"), true).getAsCString(), "C:/d/");
 
     EXPECT_STREQ(KivClLocation("/a/b/c", 4, false).getAsCString(), "/a/b/");
@@ -86,7 +68,7 @@ TEST(Location, FromFilenameAndText) {
     KivClLocation assigned("/old");
     assigned = "C:\\new";
     EXPECT_STREQ(assigned.getAsCString(), "C:\\new\\");
-    EXPECT_EQ(assigned.getPathStyle(), KivEnPathStyleDOS);
+    EXPECT_EQ(assigned.getPathStyle(), DOS);
     assigned = assigned.getAsCString() + 3;  // a part of its own text
     EXPECT_STREQ(assigned.getAsCString(), "new\\");
     assigned = static_cast<const char*>(nullptr);
@@ -94,21 +76,18 @@ TEST(Location, FromFilenameAndText) {
 }
 
 TEST(Location, OverLongInputIsCut) {
+    // Text that fills the buffer keeps its last character instead of a separator.
     const std::string longText(5000, 'd');
     KivClLocation location(longText.c_str());
-    EXPECT_EQ(location.getLength(), 4096u);
     EXPECT_EQ(std::string(location.getAsCString()), longText.substr(0, 4096));
+    EXPECT_EQ(location.getLength(), 4096u);
+    EXPECT_EQ(KivClLocation(longText.c_str(), 5000, false).getLength(), 4096u);
 
-    const std::string justFits(4095, 'd');
-    KivClLocation withSeparator(justFits.c_str());
+    KivClLocation withSeparator(longText.substr(0, 4095).c_str());
+    EXPECT_EQ(std::string(withSeparator.getAsCString()), longText.substr(0, 4095) + "/");
     EXPECT_EQ(withSeparator.getLength(), 4096u);
-    EXPECT_EQ(std::string(withSeparator.getAsCString()), justFits + "/");
 
-    KivClLocation counted(longText.c_str(), 5000, false);
-    EXPECT_EQ(counted.getLength(), 4096u);
-    // A filename joined under a full location is cut as well.
-    KivClFilename name(location, "f", "txt");
-    EXPECT_EQ(name.getLength(), 4096u);
+    EXPECT_EQ(KivClFilename(location, "f", "txt").getLength(), 4096u);
 }
 
 TEST(Location, CopiesAreIndependentAndExistenceIsTested) {
@@ -121,8 +100,7 @@ TEST(Location, CopiesAreIndependentAndExistenceIsTested) {
         EXPECT_STREQ(location->getAsCString(), "\\\\srv\\share\\dir\\");
         EXPECT_EQ(location->getName(), location->getAsCString());
         EXPECT_STREQ(location->getPathStart(), "\\dir\\");
-        EXPECT_TRUE(location->hasServerPrefix());
-        EXPECT_EQ(location->getPathStyle(), KivEnPathStyleDOS);
+        EXPECT_EQ(location->getPathStyle(), DOS);
     }
     KivClLocation& alias = copy;
     copy = alias;
