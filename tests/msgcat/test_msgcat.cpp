@@ -1,19 +1,23 @@
-// Message catalogs on real catalog files built with gencat: set 1 lookups,
-// the ".cat" name rule, the message-1 probe, the locale and the default
-// catalog, plus the string-table signature check.
+// Message catalogs and messages: catalog files built with gencat and string
+// tables, variable substitution, the failure texts, the 80/81 storage
+// boundary, the 4096 limit, copies and exhausted memory.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <clocale>
+#include <cstdlib>
+#include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "kiv_exception.hpp"
+#include "kiv_memmgr.hpp"
 #include "kiv_msgcat.hpp"
+#include "kiv_msgtable.hpp"
 #include "kiv_test_support.hpp"
 
 namespace {
-
-using kivtest::ScopedEnv;
 
 const char* const kTable[] = {"[KIV_MSGTAB_SIGNATURE] 3", "table one", "table two",
                               "[KIV_MSGTAB_SIGNATURE]"};
@@ -35,9 +39,60 @@ protected:
     }
 
     std::string savedLocale_{std::setlocale(LC_ALL, nullptr)};
-    ScopedEnv lcAll_{"LC_ALL", "C"};
+    kivtest::ScopedEnv lcAll_{"LC_ALL", "C"};
     kivtest::TempDir dir_;
 };
+
+// Allocator hook that records the sizes asked for and can be told to fail.
+std::vector<unsigned int> gSizes;
+bool gFailing = false;
+void* logAllocate(unsigned int size) {
+    gSizes.push_back(size);
+    return gFailing ? nullptr : std::malloc(size);
+}
+
+// Installs the recording hook for one scope.
+struct LoggedAllocations {
+    explicit LoggedAllocations(bool fail = false) {
+        gSizes.clear();
+        gFailing = fail;
+        kivSetNewMemoryManager(&logAllocate, &KivClMemoryManager::systemReallocator,
+                               &KivClMemoryManager::systemDeallocator);
+    }
+    ~LoggedAllocations() {
+        kivSetNewMemoryManager(&KivClMemoryManager::systemAllocator,
+                               &KivClMemoryManager::systemReallocator,
+                               &KivClMemoryManager::systemDeallocator);
+    }
+};
+
+// A catalog without a file that reads the given messages (numbers 1 and up,
+// null entries kept) as its string table.
+struct TableCatalog {
+    explicit TableCatalog(std::vector<const char*> messages) : table(std::move(messages)) {
+        signature = "[KIV_MSGTAB_SIGNATURE] " + std::to_string(table.size() + 1);
+        table.insert(table.begin(), signature.c_str());
+        table.push_back(KIV_MSGTAB_SIGNATURE);
+        catalog.useStringTable(table.data(), table.size() - 1);
+    }
+    kivtest::TempDir dir;
+    KivClMessageCatalog catalog{KivClFilename(dir.file("absent.txt").c_str())};
+    std::string signature;
+    std::vector<const char*> table;
+};
+
+// Runs replaceVars with room for outSize + 1 bytes and a guard byte that must
+// stay untouched; checks the returned length against the result.
+std::string expand(const char* text, std::vector<const char*> vars, unsigned long outSize = 200) {
+    static TableCatalog none({});
+    static const KivClMessage scratch(none.catalog, 1);
+    std::vector<char> out(outSize + 2, 'X');
+    const unsigned long written =
+        scratch.replaceVars(out.data(), outSize, text, vars.data(), vars.size());
+    EXPECT_EQ(written, std::strlen(out.data())) << text;
+    EXPECT_EQ(out[outSize + 1], 'X') << text;
+    return out.data();
+}
 
 }  // namespace
 
@@ -45,14 +100,10 @@ TEST_F(CatalogFile, ReadsSetOneUnderTheCatalogName) {
     const std::string file = build("tool",
                                    "$set 1\n1 first message\n2 value <%1> and <%2>, 100%%\n4 \n"
                                    "$set 2\n3 only in set two\n");
-    for (const char* given : {"tool.txt", "tool"}) {
-        KivClMessageCatalog catalog(KivClFilename(dir_.file(given).c_str()));
-        EXPECT_STREQ(catalog.getAsCString(), file.c_str()) << given;
-        EXPECT_TRUE(catalog.isOpen()) << given;
-        EXPECT_FALSE(catalog.isDefaultCatalog()) << given;
-    }
-
-    KivClMessageCatalog catalog(KivClFilename(file.c_str()));
+    KivClMessageCatalog catalog(KivClFilename(dir_.file("tool.txt").c_str()));
+    EXPECT_STREQ(catalog.getAsCString(), file.c_str());
+    ASSERT_TRUE(catalog.isOpen());
+    EXPECT_FALSE(catalog.isDefaultCatalog());
     catalog.useStringTable(kTable, 3);  // ignored while the file is open
     const struct {
         unsigned long id;
@@ -79,31 +130,20 @@ TEST_F(CatalogFile, FilesWithoutMessageOneAreNoCatalog) {
     kivtest::writeFile(dir_.file("junk.cat"), std::string(64, '\x7f') + "not a catalog");
     kivtest::writeFile(dir_.file("empty.cat"), "");
     ASSERT_EQ(::mkdir(dir_.file("sub.cat").c_str(), 0700), 0);
-    for (const char* name : {"partial.cat", "junk.cat", "empty.cat", "missing.cat", "sub.cat"}) {
-        KivClMessageCatalog catalog(KivClFilename(dir_.file(name).c_str()));
+    std::string longName = dir_.path() + "/";
+    while (longName.size() < 4075) longName += "component/";
+    longName += "c.cat";
+    for (const std::string& name : {partial, dir_.file("junk.cat"), dir_.file("empty.cat"),
+                                    dir_.file("missing.cat"), dir_.file("sub.cat"), longName}) {
+        KivClMessageCatalog catalog(KivClFilename(name.c_str()));
         EXPECT_FALSE(catalog.isOpen()) << name;
         KivClMessage message(catalog, 2);
         EXPECT_FALSE(message.isLoaded()) << name;
-        EXPECT_EQ(message.getText(), "UNABLE TO LOAD MESSAGE CATALOG: " + dir_.file(name));
+        // The failure text names the whole file, even beyond 4096 characters.
+        EXPECT_EQ(message.getText(), "UNABLE TO LOAD MESSAGE CATALOG: " + name);
+        catalog.useStringTable(kTable, 3);  // such a catalog reads a string table
+        EXPECT_STREQ(KivClMessage(catalog, 2).getText(), "table two") << name;
     }
-    // Such a catalog falls back to a string table.
-    KivClMessageCatalog catalog(KivClFilename(partial.c_str()));
-    catalog.useStringTable(kTable, 3);
-    KivClMessage message(catalog, 2);
-    EXPECT_TRUE(message.isLoaded());
-    EXPECT_STREQ(message.getText(), "table two");
-}
-
-TEST_F(CatalogFile, FailureTextKeepsAVeryLongCatalogName) {
-    std::string name = dir_.path() + "/";
-    while (name.size() < 4075) name += "component/";
-    name += "c.txt";
-    KivClMessageCatalog catalog(KivClFilename(name.c_str()));
-    EXPECT_FALSE(catalog.isOpen());
-    const std::string expected =
-        "UNABLE TO LOAD MESSAGE CATALOG: " + name.substr(0, name.size() - 3) + "cat";
-    EXPECT_GT(expected.size(), 4096u);
-    EXPECT_EQ(KivClMessage(catalog, 5).getText(), expected);
 }
 
 TEST_F(CatalogFile, LocaleComesFromTheEnvironmentOrFallsBackToC) {
@@ -111,7 +151,7 @@ TEST_F(CatalogFile, LocaleComesFromTheEnvironmentOrFallsBackToC) {
         GTEST_SKIP() << "the C.UTF-8 locale is not available";
     }
     const std::string file = build("loc", "$set 1\n1 one\n");
-    ScopedEnv utf8("LC_ALL", "C.UTF-8");
+    kivtest::ScopedEnv utf8("LC_ALL", "C.UTF-8");
     KivClMessageCatalog opened(KivClFilename(file.c_str()));
     EXPECT_TRUE(opened.isOpen());
     EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C.UTF-8");
@@ -121,19 +161,14 @@ TEST_F(CatalogFile, LocaleComesFromTheEnvironmentOrFallsBackToC) {
     EXPECT_FALSE(missing.isOpen());
     EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
 
-    ScopedEnv bogus("LC_ALL", "xx_XX.NOSUCH");
+    kivtest::ScopedEnv bogus("LC_ALL", "xx_XX.NOSUCH");
     KivClMessageCatalog stillOpened(KivClFilename(file.c_str()));
     EXPECT_TRUE(stillOpened.isOpen());
 }
 
 TEST_F(CatalogFile, DefaultCatalogIsFoundAlongNlsPath) {
-    ScopedEnv path("NLSPATH", (dir_.path() + "/%N").c_str());
-    {
-        KivClMessageCatalog absent;
-        EXPECT_TRUE(absent.isDefaultCatalog());
-        EXPECT_FALSE(absent.isOpen());
-        EXPECT_STREQ(absent.getAsCString(), ".cat");
-    }
+    kivtest::ScopedEnv path("NLSPATH", (dir_.path() + "/%N").c_str());
+    EXPECT_FALSE(KivClMessageCatalog().isOpen());
     build("", "$set 1\n1 default catalog\n");
     KivClMessageCatalog catalog;
     EXPECT_TRUE(catalog.isDefaultCatalog());
@@ -164,4 +199,154 @@ TEST(MessageCatalog, MessageNumbersAndStringTableSignatures) {
     EXPECT_FALSE(valid({nullptr, close}, 1));
     EXPECT_FALSE(valid({"[KIV_MSGTAB_SIGNATURE] 1", nullptr}, 1));
     EXPECT_FALSE(KivClMessageCatalog::isValidStringTable(nullptr, 3));
+}
+
+TEST(MessageSubstitution, EscapesReferencesAndLimits) {
+    const struct {
+        const char* text;
+        std::vector<const char*> vars;
+        unsigned long outSize;
+        const char* expected;
+    } cases[] = {
+        {"a%%b", {}, 200, "a%b"},
+        {"<%1|%2>", {"one", "two"}, 200, "<one|two>"},
+        {"%1x", {"v"}, 200, "vx"},          // a letter right after the number stays
+        {"[%0]", {"v"}, 200, "[???]"},      // variable 0
+        {"[%3]", {"a", "b"}, 200, "[???]"},  // beyond the variable count
+        {"end%", {"v"}, 200, "end???"},  // a bare '%' at the end
+        {"%x", {"v"}, 200, "???x"},
+        // Leading zeros still name the variable; all the digits are consumed.
+        {"%01|%0010", {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j"}, 200, "a|j"},
+        // The number is read like atol (blanks, sign), but only the digits
+        // right after the '%' are skipped.
+        {"% 2", {"a", "b"}, 200, "b 2"},
+        {"%+1", {"a"}, 200, "a+1"},
+        {"%-1", {"a"}, 200, "???" "-1"},
+        {"%99999999999999999999999|", {"a"}, 200, "???|"},  // no wrap into range
+        {"%1%2", {"a", nullptr}, 200, "a???"},
+        {"", {"a"}, 200, ""},
+        {nullptr, {"a"}, 200, ""},
+        // Output cut at its size, a substituted value included.
+        {"abcdef", {}, 4, "abcd"},
+        {"ab%1ef", {"XYZ"}, 4, "abXY"},
+        {"ab%%", {}, 2, "ab"},
+        {"abc", {}, 3, "abc"},
+        {"abc", {}, 0, ""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(expand(c.text, c.vars, c.outSize), c.expected) << (c.text ? c.text : "(null)");
+    }
+    TableCatalog none({});
+    EXPECT_EQ(KivClMessage(none.catalog, 1).replaceVars(nullptr, 10, "abc", nullptr, 0), 0u);
+}
+
+TEST(MessageLoading, EveryConstructorFillsTheTenVariables) {
+    kivtest::TempDir dir;
+    KivClMessageCatalog catalog(KivClFilename(dir.file("lib").c_str()));
+    catalog.useStringTable(kivLibraryMessageTable, KIV_MSGTABLE_LIBRARY_COUNT);
+    KivClMessage message(catalog, 2, "first");
+    EXPECT_TRUE(message.isLoaded());
+    EXPECT_EQ(message.getMessageId(), 2u);
+    EXPECT_STREQ(message.getText(), "Percent:% Arg1:first Arg2:??? Arg3:??? Arg4:??? Arg5:??? "
+                                    "Arg6:??? Arg7:??? Arg8:??? Arg9:??? Arg10:???");
+    const char* vars[10] = {"1", "2", "3", "4", "5", "6", "7", "8", "9", "ten"};
+    EXPECT_STREQ(KivClMessage(catalog, 2, vars).getText(),
+                 "Percent:% Arg1:1 Arg2:2 Arg3:3 Arg4:4 Arg5:5 Arg6:6 Arg7:7 Arg8:8 Arg9:9 Arg10:ten");
+    EXPECT_STREQ(KivClMessage(catalog, 2).getText(),
+                 "Percent:% Arg1:??? Arg2:??? Arg3:??? Arg4:??? Arg5:??? Arg6:??? Arg7:??? "
+                 "Arg8:??? Arg9:??? Arg10:???");
+    message.setNewMessageId(2, "a", "b", nullptr, "d", "e", "f", "g", "h", "i", "j");
+    EXPECT_STREQ(message.getText(),
+                 "Percent:% Arg1:a Arg2:b Arg3:??? Arg4:d Arg5:e Arg6:f Arg7:g Arg8:h Arg9:i Arg10:j");
+}
+
+TEST(MessageLoading, StringTableBoundsAndFailureTexts) {
+    TableCatalog table({"one", "", "%10%11", nullptr});
+    const std::string failure = "UNABLE TO LOAD MESSAGE CATALOG: " + table.dir.file("absent.cat");
+    const struct {
+        unsigned long id;
+        std::string text;
+        bool loaded;
+    } cases[] = {
+        {0, "[KIV_MSGTAB_SIGNATURE] 5", true},  // entry 0 is the signature line
+        {1, "one", true},
+        {2, "", true},
+        {3, "j???", true},  // variable 11 is out of range when loading
+        {4, failure, false},  // a null entry is no message
+        {5, failure, false},  // the closing signature lies beyond the count
+        {0xFFFFFFFFul, failure, false},
+    };
+    for (const auto& c : cases) {
+        KivClMessage message(table.catalog, c.id, "a", "b", "c", "d", "e", "f", "g", "h", "i", "j");
+        EXPECT_EQ(message.getText(), c.text) << c.id;
+        EXPECT_EQ(message.isLoaded(), c.loaded) << c.id;
+    }
+    // Without a table every number fails; a table counts from the next load on.
+    KivClMessage message(table.catalog, 1);
+    table.catalog.useStringTable(nullptr, 5);
+    message.setNewMessageId(1);
+    EXPECT_FALSE(message.isLoaded());
+    EXPECT_EQ(message.getText(), failure);
+    table.catalog.useStringTable(table.table.data(), 5);
+    message.setNewMessageId(1);
+    EXPECT_STREQ(message.getText(), "one");
+}
+
+TEST(MessageStorage, ShortAndLongTextsCopiesAndTheLengthLimit) {
+    const std::string text80(80, 's');
+    const std::string text81(81, 'l');
+    const std::string text5000(5000, 'h');
+    const std::string lastVariable = std::string(4095, 'p') + "%1";
+    TableCatalog table({text80.c_str(), text81.c_str(), text5000.c_str(), lastVariable.c_str()});
+    TableCatalog other({"other"});
+    LoggedAllocations log;
+    KivClMessage message(table.catalog, 1);
+    EXPECT_EQ(message.getText(), text80);
+    EXPECT_TRUE(gSizes.empty()) << "an 80-character text must stay in the object";
+    message.setNewMessageId(2);
+    EXPECT_EQ(message.getText(), text81);
+    EXPECT_EQ(gSizes, std::vector<unsigned int>{82});
+
+    // A copy owns a block of its own and stays bound to its own catalog.
+    KivClMessage target(other.catalog, 1);
+    target = message;
+    EXPECT_EQ(gSizes, (std::vector<unsigned int>{82, 82}));
+    EXPECT_EQ(target.getText(), text81);
+    EXPECT_NE(target.getText(), message.getText());
+    target = KivClMessage(table.catalog, 1);  // a short text replaces a long one
+    EXPECT_EQ(target.getText(), text80);
+    target.setNewMessageId(1);
+    EXPECT_STREQ(target.getText(), "other");
+    KivClMessage failed(table.catalog, 77);
+    target = failed;
+    EXPECT_FALSE(target.isLoaded());
+    EXPECT_STREQ(target.getText(), failed.getText());
+    EXPECT_EQ(target.getMessageId(), 77u);
+    KivClMessage copy(message);
+    copy = *&copy;
+    EXPECT_EQ(copy.getText(), text81);
+
+    // Cut at 4096 characters, a substituted variable included.
+    message.setNewMessageId(3);
+    EXPECT_EQ(message.getText(), std::string(4096, 'h'));
+    EXPECT_EQ(gSizes.back(), 4097u);
+    message.setNewMessageId(4, "VAR");
+    EXPECT_EQ(message.getText(), std::string(4095, 'p') + "V");
+    EXPECT_EQ(copy.getText(), text81);
+}
+
+TEST_F(CatalogFile, ExhaustedMemoryLeavesAnEmptyShortText) {
+    // Opening a catalog file allocates nothing; loading a long text does.
+    const std::string file = build("big", "$set 1\n1 fits\n2 " + std::string(200, 'z') + "\n");
+    LoggedAllocations log(true);
+    KivClMessageCatalog catalog(KivClFilename(file.c_str()));
+    EXPECT_TRUE(catalog.isOpen());
+    KivClMessage message(catalog, 1);
+    EXPECT_STREQ(message.getText(), "fits");
+    EXPECT_THROW(message.setNewMessageId(2), KivClExceptionFatal);
+    EXPECT_STREQ(message.getText(), "");
+    EXPECT_FALSE(message.isLoaded());
+    gFailing = false;
+    message.setNewMessageId(2);
+    EXPECT_EQ(message.getText(), std::string(200, 'z'));
 }

@@ -15,15 +15,11 @@
 namespace {
 
 // A catalog without a file that serves the library table.
-class LibraryCatalog {
-public:
-    LibraryCatalog() { catalog_.useStringTable(kivLibraryMessageTable, KIV_MSGTABLE_LIBRARY_COUNT); }
-    const KivClMessageCatalog& get() const { return catalog_; }
-    std::string text(unsigned long id) const { return KivClMessage(catalog_, id).getText(); }
-
-private:
-    kivtest::TempDir dir_;
-    KivClMessageCatalog catalog_{KivClFilename(dir_.file("library").c_str())};
+struct LibraryCatalog {
+    LibraryCatalog() { catalog.useStringTable(kivLibraryMessageTable, KIV_MSGTABLE_LIBRARY_COUNT); }
+    std::string text(unsigned long id) const { return KivClMessage(catalog, id).getText(); }
+    kivtest::TempDir dir;
+    KivClMessageCatalog catalog{KivClFilename(dir.file("library").c_str())};
 };
 
 // Values numbered consecutively from first, with their printable names.
@@ -32,16 +28,15 @@ struct NameBlock {
     std::vector<const char*> names;
 };
 
-unsigned long idMessage(unsigned long v) { return kivErrorGetIdAsMessageId(v); }
-unsigned long classMessage(unsigned long v) { return kivErrorGetClassAsMessageId(KivEnErrorClass(v)); }
-unsigned long severityMessage(unsigned long v) {
-    return kivErrorGetSeverityAsMessageId(KivEnErrorSeverity(v));
+// One of the four mappings, called with a plain number.
+template <typename Value, unsigned long (*map)(Value)>
+unsigned long messageOf(unsigned long value) {
+    return map(static_cast<Value>(value));
 }
-unsigned long actionMessage(unsigned long v) { return kivErrorGetActionAsMessageId(KivEnErrorAction(v)); }
 
 }  // namespace
 
-TEST(LibraryMessageTable, FrameAndReachableMessages) {
+TEST(LibraryMessageTable, FrameReachableMessagesAndTraceTexts) {
     ASSERT_EQ(KIV_MSGTABLE_LIBRARY_ENTRIES, 222u);
     EXPECT_STREQ(kivLibraryMessageTable[0], "[KIV_MSGTAB_SIGNATURE] 221");
     EXPECT_STREQ(kivLibraryMessageTable[221], "[KIV_MSGTAB_SIGNATURE]");
@@ -53,26 +48,35 @@ TEST(LibraryMessageTable, FrameAndReachableMessages) {
     }
 
     LibraryCatalog catalog;
-    ASSERT_FALSE(catalog.get().isOpen());
     unsigned long loaded = 0;
     for (unsigned long id = 1; id <= 220; ++id) {
-        KivClMessage message(catalog.get(), id);
+        KivClMessage message(catalog.catalog, id);
         loaded += message.isLoaded() ? 1 : 0;
         EXPECT_FALSE(std::string(message.getText()).empty()) << id;
     }
     EXPECT_EQ(loaded, 220u);
-    EXPECT_EQ(catalog.text(1), "[KIV-LIBRARY]");
-    EXPECT_EQ(catalog.text(220), "[KIV-LIBRARY]");
-    EXPECT_EQ(catalog.text(0), "[KIV_MSGTAB_SIGNATURE] 221");
-    const std::pair<unsigned long, const char*> shared[] = {
-        {161, "fdetail"}, {169, "fdetail"}, {190, " *** Clipped ***"}, {192, "Nesting level: "}};
-    for (const auto& [id, text] : shared) {
+    // Block markers, the signature line as message 0, shared texts, outer blanks.
+    const std::pair<unsigned long, const char*> samples[] = {
+        {1, "[KIV-LIBRARY]"},    {220, "[KIV-LIBRARY]"}, {0, "[KIV_MSGTAB_SIGNATURE] 221"},
+        {161, "fdetail"},        {169, "fdetail"},       {190, " *** Clipped ***"},
+        {192, "Nesting level: "}};
+    for (const auto& [id, text] : samples) {
         EXPECT_EQ(catalog.text(id), text) << id;
     }
-    KivClMessage beyond(catalog.get(), 221);
+    KivClMessage beyond(catalog.catalog, 221);
     EXPECT_FALSE(beyond.isLoaded());
     EXPECT_EQ(beyond.getText(),
-              std::string("UNABLE TO LOAD MESSAGE CATALOG: ") + catalog.get().getAsCString());
+              std::string("UNABLE TO LOAD MESSAGE CATALOG: ") + catalog.catalog.getAsCString());
+
+    // The trace controller's usage string and its help text in three sections.
+    const std::string usage = kivLibraryMessageTable[151];
+    EXPECT_EQ(std::count(usage.begin(), usage.end(), '\n'), 6);
+    EXPECT_EQ(usage.find("(-key <key>) [(-instance <instance>)] [(-file <filename>)]\n"), 0u);
+    // Two lines of "@" alone separate the sections of the help text.
+    const std::string help = kivLibraryMessageTable[152];
+    EXPECT_EQ(std::count(help.begin(), help.end(), '\n'), 49);
+    EXPECT_NE(help.find("\n@\nTrace environment variables:\n"), std::string::npos);
+    EXPECT_NE(help.find("\n@\nTrace format variables:\n"), std::string::npos);
 }
 
 TEST(LibraryMessageTable, ErrorNamesMatchTheirValues) {
@@ -81,7 +85,7 @@ TEST(LibraryMessageTable, ErrorNamesMatchTheirValues) {
         unsigned long (*toMessage)(unsigned long);
         std::vector<NameBlock> blocks;
     } kinds[] = {
-        {"id", idMessage, {
+        {"id", messageOf<unsigned long, kivErrorGetIdAsMessageId>, {
             {0, {"NO_ERROR"}},
             {201, {"CONUI_USAGE", "CONUI_ARG_MISSING", "CONUI_ARG_EXPECTING_VALUE",
                    "CONUI_ARG_VALUE_TYPE_MISMATCH", "CONUI_MSGCAT_CORRUPTED"}},
@@ -111,7 +115,7 @@ TEST(LibraryMessageTable, ErrorNamesMatchTheirValues) {
                        "ICU_INVALID_TABLE_FILE", "ICU_UNSUPPORTED_ERROR",
                        "ICU_RESOURCE_TYPE_MISMATCH", "ICU_ILLEGAL_ESCAPE_SEQUENCE",
                        "ICU_UNSUPPORTED_ESCAPE_SEQ", "ICU_NO_SPACE_AVAILABLE", "ICU_ERROR_LIMIT"}}}},
-        {"class", classMessage, {
+        {"class", messageOf<KivEnErrorClass, kivErrorGetClassAsMessageId>, {
             {0, {"UNKNOWN", "FUNCTION_NOT_SUPPORTED", "FUNCTION_NOT_ENABLED"}},
             {100, {"USER_ERROR", "USER_DATA_ERROR"}},
             {200, {"OUT_OF_MEMORY", "RESOURCE_EXHAUSTED", "INVALID_DATA", "DATA_OUT_OF_BOUNDS",
@@ -122,14 +126,12 @@ TEST(LibraryMessageTable, ErrorNamesMatchTheirValues) {
                    "IO_NOT_EXISTENT", "IO_ALREADY_IN_USE", "IO_STILL_IN_USE", "IO_INVALID_NAME"}},
             {900, {"HARDWARE_PROBLEM", "HARDWARE_SETUP", "HARDWARE_PERFORMANCE",
                    "HARDWARE_NOT_SUPPORTED"}}}},
-        {"severity", severityMessage, {
-            {0, {"NONE", "INFO", "WARNING"}},
-            {5, {"NORMAL", "FATAL", "INTERNAL", "CRITICAL"}},
+        {"severity", messageOf<KivEnErrorSeverity, kivErrorGetSeverityAsMessageId>, {
+            {0, {"NONE", "INFO", "WARNING"}}, {5, {"NORMAL", "FATAL", "INTERNAL", "CRITICAL"}},
             {10, {"PANIC"}}}},
-        {"action", actionMessage, {
+        {"action", messageOf<KivEnErrorAction, kivErrorGetActionAsMessageId>, {
             {0, {"IGNORE", "INFORM", "WARN", "RETRY", "RETRYDELAY", "USER", "TERMINATE"}},
-            {8, {"ABORT"}},
-            {10, {"PANIC"}}}},
+            {8, {"ABORT"}}, {10, {"PANIC"}}}},
     };
     // Each value's message holds its name, and the names fill messages 47 to
     // 149 with one value each.
@@ -147,23 +149,4 @@ TEST(LibraryMessageTable, ErrorNamesMatchTheirValues) {
         }
     }
     EXPECT_EQ(std::count(named.begin(), named.end(), true), 103);
-}
-
-TEST(LibraryMessageTable, TraceControllerUsageAndHelp) {
-    const std::string usage = kivLibraryMessageTable[151];
-    EXPECT_EQ(std::count(usage.begin(), usage.end(), '\n'), 6);
-    EXPECT_EQ(usage.find("(-key <key>) [(-instance <instance>)] [(-file <filename>)]\n"), 0u);
-
-    // The help text: three sections, two lines of "@" alone between them.
-    const std::string help = kivLibraryMessageTable[152];
-    EXPECT_EQ(std::count(help.begin(), help.end(), '\n'), 49);
-    EXPECT_NE(help.find("\n@\nTrace environment variables:\n"), std::string::npos);
-    EXPECT_NE(help.find("\n@\nTrace format variables:\n"), std::string::npos);
-    // Loaded, the doubled percent signs become single ones and the backslash
-    // stays one character.
-    const std::string loaded = LibraryCatalog().text(152);
-    EXPECT_NE(loaded.find("\n   %x   display the type of the trace entry with a short name\n"),
-              std::string::npos);
-    EXPECT_NE(loaded.find("\n   %\\   display the backslash character\n"), std::string::npos);
-    EXPECT_EQ(loaded.find("%%"), std::string::npos);
 }
