@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include "kiv_filename.hpp"
 #include "kiv_test_support.hpp"
@@ -14,15 +15,7 @@ constexpr KivEnPathStyle DOS = KivEnPathStyleDOS;
 constexpr KivEnPathStyle UNIX = KivEnPathStyleUnix;
 
 TEST(Location, SeparatorStyleAndRoot) {
-    struct LocationCase {
-        const char* text;
-        bool normalize;
-        const char* expected;
-        KivEnPathStyle style;
-        bool absolute;
-        bool root;
-    };
-    const LocationCase cases[] = {
+    const std::tuple<const char*, bool, const char*, KivEnPathStyle, bool, bool> cases[] = {
         {"/tmp", false, "/tmp/", UNIX, true, false},
         {"/tmp/", false, "/tmp/", UNIX, true, false},
         {"/", false, "/", UNIX, true, true},
@@ -38,23 +31,23 @@ TEST(Location, SeparatorStyleAndRoot) {
         {"\\a\\b", true, "/a/b/", UNIX, true, false},
         {"\\\\srv\\share\\d", true, "\\\\srv\\share/d/", UNIX, true, false},
     };
-    for (const LocationCase& c : cases) {
-        SCOPED_TRACE(std::string(c.text) + (c.normalize ? " (normalised)" : ""));
-        KivClLocation location(c.text, c.normalize);
-        EXPECT_STREQ(location.getAsCString(), c.expected);
-        EXPECT_EQ(location.getLength(), std::strlen(c.expected));
-        EXPECT_EQ(location.getPathStyle(), c.style);
-        EXPECT_EQ(location.isAbsolute(), c.absolute);
-        EXPECT_EQ(location.isRoot(), c.root);
+    for (const auto& [text, normalize, expected, style, absolute, root] : cases) {
+        SCOPED_TRACE(std::string(text) + (normalize ? " (normalised)" : ""));
+        KivClLocation location(text, normalize);
+        EXPECT_STREQ(location.getAsCString(), expected);
+        EXPECT_EQ(location.getLength(), std::strlen(expected));
+        EXPECT_EQ(location.getPathStyle(), style);
+        EXPECT_EQ(location.isAbsolute(), absolute);
+        EXPECT_EQ(location.isRoot(), root);
         EXPECT_EQ(location.getName(), location.getAsCString());
-        EXPECT_TRUE(!c.normalize || location.isNormalized());
+        EXPECT_TRUE(!normalize || location.isNormalized());
     }
     EXPECT_STREQ(KivClLocation().getAsCString(), "");
     EXPECT_FALSE(KivClLocation().isRoot());
     EXPECT_STREQ(KivClLocation(nullptr).getAsCString(), "");
 }
 
-TEST(Location, FromFilenameAndText) {
+TEST(Location, FromFilenameTextAndLimit) {
     EXPECT_STREQ(KivClLocation(KivClFilename("/a/b/c.txt")).getAsCString(), "/a/b/");
     EXPECT_STREQ(KivClLocation(KivClFilename("abc")).getAsCString(), "");
     EXPECT_STREQ(KivClLocation(KivClFilename("\\\\srv\\share\\f")).getAsCString(), "\\\\srv\\share\\");
@@ -73,9 +66,7 @@ TEST(Location, FromFilenameAndText) {
     EXPECT_STREQ(assigned.getAsCString(), "new\\");
     assigned = static_cast<const char*>(nullptr);
     EXPECT_STREQ(assigned.getAsCString(), "");
-}
 
-TEST(Location, OverLongInputIsCut) {
     // Text that fills the buffer keeps its last character instead of a separator.
     const std::string longText(5000, 'd');
     KivClLocation location(longText.c_str());
@@ -86,11 +77,9 @@ TEST(Location, OverLongInputIsCut) {
     KivClLocation withSeparator(longText.substr(0, 4095).c_str());
     EXPECT_EQ(std::string(withSeparator.getAsCString()), longText.substr(0, 4095) + "/");
     EXPECT_EQ(withSeparator.getLength(), 4096u);
-
-    EXPECT_EQ(KivClFilename(location, "f", "txt").getLength(), 4096u);
 }
 
-TEST(Location, CopiesAreIndependentAndExistenceIsTested) {
+TEST(Location, CopiesAreIndependent) {
     auto original = std::make_unique<KivClLocation>("\\\\srv\\share\\dir");
     KivClLocation copy(*original);
     KivClLocation assigned;
@@ -106,10 +95,17 @@ TEST(Location, CopiesAreIndependentAndExistenceIsTested) {
     copy = alias;
     EXPECT_STREQ(copy.getAsCString(), "\\\\srv\\share\\dir\\");
 
+}
+
+TEST(Location, ExistenceOfLocationsAndFilenames) {
     kivtest::TempDir dir;
+    kivtest::writeFile(dir.file("present.txt"), "x");
     EXPECT_TRUE(KivClLocation(dir.path().c_str()).isExistent());
+    EXPECT_TRUE(KivClFilename(dir.file("present.txt").c_str()).isExistent());
     EXPECT_FALSE(KivClLocation(dir.file("missing").c_str()).isExistent());
+    EXPECT_FALSE(KivClFilename(dir.file("missing").c_str()).isExistent());
     EXPECT_FALSE(KivClLocation().isExistent());
+    EXPECT_FALSE(KivClFilename("").isExistent());
 }
 
 }  // namespace
