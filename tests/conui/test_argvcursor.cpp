@@ -251,22 +251,17 @@ TEST(ArgvCursor, FreeCursorVisitsOnlyFreeEntries) {
     EXPECT_FALSE(none.setToFirst());
     EXPECT_FALSE(none.setToLast());
 
+    // visit moves the cursor through a base-class reference, so these also
+    // show that the free moves override the base ones.
     CommandLine mixed{"a", "-key", "K", "b", "-v", "c", "-key"};
     KivClArgvFreeCursor cursor(mixed.argc(), mixed.argv(), usage);
     EXPECT_EQ(visit(cursor, true), (Entries{"a", "b", "c"}));
     EXPECT_EQ(visit(cursor, false), (Entries{"c", "b", "a"}));
-    // Through the base classes the free moves are used.
-    KivClArgvCursor& asArgv = cursor;
-    EXPECT_EQ(visit(asArgv, false), (Entries{"c", "b", "a"}));
-    KivClUniDirCursorABase& forward = cursor;
-    ASSERT_TRUE(forward.setToFirst());
-    ASSERT_TRUE(forward.setToNext());
-    EXPECT_STREQ(cursor.getAsCString(), "b");
     // A copy keeps the usage and the position.
+    ASSERT_TRUE(cursor.setToFirst());
+    ASSERT_TRUE(cursor.setToNext());
     KivClArgvFreeCursor copy(cursor);
     ASSERT_TRUE(copy.setToNext());
-    EXPECT_STREQ(cursor.getAsCString(), "b");
-    EXPECT_FALSE(copy.setToNext());
-    EXPECT_TRUE(copy.setToPrevious());
     EXPECT_STREQ(copy.getAsCString(), "c");
+    EXPECT_STREQ(cursor.getAsCString(), "b");
 }

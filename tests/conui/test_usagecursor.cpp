@@ -208,58 +208,43 @@ TEST(UsageCursor, MatchingNeedsTheWholeNameAndABoundary) {
     EXPECT_TRUE(hyphen.matches("-"));
 }
 
-TEST(UsageCursor, ValueTakingSwitchesAndLists) {
-    const struct {
-        const char* usage;
-        size_t item;
-        bool reqArg, reqArgEllipsis;
-    } cases[] = {
-        // Switch, placeholder and ellipsis in one group: a list; outside the
-        // group the dots make none.
-        {"prog (-list <item> ...)", 0, true, true}, {"prog (-list <item>) ...", 0, true, false},
-        // Of two switches in one group only the second takes the value.
-        {"prog (-a -b <x> ...)", 0, false, false}, {"prog (-a -b <x> ...)", 1, true, true},
-        // Nothing is taken across a group's end, outside any group, at the
-        // end of a group or string, or from a nested group.
-        {"prog (-a) <x>", 0, false, false}, {"prog -b <y>", 0, false, false},
-        {"prog (<x> -a)", 1, false, false}, {"prog (-a", 0, false, false},
-        {"prog (-a (<x> ...))", 0, false, false},
-        // A word counts like a placeholder; the dots may be the value; a
-        // switch before the dots ends the list.
-        {"prog (-mode fast)", 0, true, false}, {"prog (-a ..)", 0, true, true},
-        {"prog (-a <x> -b ...)", 0, true, false},
-        // Asked on another item, the same test applies.
-        {"prog (-a <x> <y>)", 1, true, false}, {"prog (-a <x> <y>)", 2, false, false},
-        {"prog (-list <item> ...)", 1, true, true}, {"prog (-list <item> ...)", 2, false, false},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.usage) + " item " + std::to_string(c.item));
-        std::vector<Item> items = walk(c.usage);
-        ASSERT_LT(c.item, items.size());
-        EXPECT_EQ(items[c.item].reqArg, c.reqArg);
-        EXPECT_EQ(items[c.item].reqArgEllipsis, c.reqArgEllipsis);
-    }
-    // The ellipsis item stands on the last dot.
-    KivClUsageCursor ellipsis = cursorAt("prog (-list <item> ...)", 21);
-    EXPECT_TRUE(ellipsis.isArgEllipsis());
-    EXPECT_EQ(ellipsis.getPosition()[1], ')');
-    EXPECT_FALSE(cursorAt("prog (-list <item> ...)", 12).isArgEllipsis());
-}
-
-TEST(UsageCursor, TagsAndDepthsFollowTheStructure) {
+TEST(UsageCursor, DepthsTagsAndValueTakingSwitches) {
+    const char* const tags = "prog [-a]\n! [-b] [-c]\n[-d]";
     const struct {
         const char* usage;
         size_t item;
         long groupDepth, optionalDepth;
-        bool tagged;
+        bool tagged, reqArg, reqArgEllipsis;
     } cases[] = {
-        {"prog [-a]\n! [-b] [-c]\n[-d]", 0, 0, 1, false}, {"prog [-a]\n! [-b] [-c]\n[-d]", 1, 0, 1, true},
-        {"prog [-a]\n! [-b] [-c]\n[-d]", 2, 0, 1, true}, {"prog [-a]\n! [-b] [-c]\n[-d]", 3, 0, 1, false},
-        {"prog [-a] ![-b]", 0, 0, 1, false}, {"prog [-a] ![-b]", 1, 0, 1, true},
-        {"prog \"!\" [-a]", 0, 0, 1, false},
+        // Switch, placeholder and ellipsis in one group: a list; outside the
+        // group the dots make none.
+        {"prog (-list <item> ...)", 0, 1, 0, false, true, true},
+        {"prog (-list <item>) ...", 0, 1, 0, false, true, false},
+        // Of two switches in one group only the second takes the value.
+        {"prog (-a -b <x> ...)", 0, 1, 0, false, false, false},
+        {"prog (-a -b <x> ...)", 1, 1, 0, false, true, true},
+        // Nothing is taken across a group's end, outside any group, at the
+        // end of a group or string, or from a nested group.
+        {"prog (-a) <x>", 0, 1, 0, false, false, false}, {"prog -b <y>", 0, 0, 0, false, false, false},
+        {"prog (<x> -a)", 1, 1, 0, false, false, false}, {"prog (-a", 0, 1, 0, false, false, false},
+        {"prog (-a (<x> ...))", 0, 1, 0, false, false, false},
+        // A word counts like a placeholder; the dots may be the value; a
+        // switch before the dots ends the list.
+        {"prog (-mode fast)", 0, 1, 0, false, true, false}, {"prog (-a ..)", 0, 1, 0, false, true, true},
+        {"prog (-a <x> -b ...)", 0, 1, 0, false, true, false},
+        // Asked on another item, the same test applies.
+        {"prog (-a <x> <y>)", 1, 1, 0, false, true, false},
+        {"prog (-a <x> <y>)", 2, 1, 0, false, false, false},
+        {"prog (-list <item> ...)", 1, 1, 0, false, true, true},
+        {"prog (-list <item> ...)", 2, 1, 0, false, false, false},
+        // A tag lasts from its "!" to the line end; a quoted "!" is text.
+        {tags, 0, 0, 1, false, false, false}, {tags, 1, 0, 1, true, false, false},
+        {tags, 2, 0, 1, true, false, false}, {tags, 3, 0, 1, false, false, false},
+        {"prog [-a] ![-b]", 0, 0, 1, false, false, false}, {"prog [-a] ![-b]", 1, 0, 1, true, false, false},
+        {"prog \"!\" [-a]", 0, 0, 1, false, false, false},
         // Unbalanced brackets only change the depths.
-        {"prog [(-a <x>", 0, 1, 1, false}, {"prog ))]] -a", 0, -2, -2, false},
-        {"prog .[-a] [-b]", 0, 0, 0, false}, {"prog .[-a] [-b]", 1, 0, 0, false},
+        {"prog [(-a <x>", 0, 1, 1, false, true, false}, {"prog ))]] -a", 0, -2, -2, false, false, false},
+        {"prog .[-a] [-b]", 0, 0, 0, false, false, false}, {"prog .[-a] [-b]", 1, 0, 0, false, false, false},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.usage) + " item " + std::to_string(c.item));
@@ -268,7 +253,14 @@ TEST(UsageCursor, TagsAndDepthsFollowTheStructure) {
         EXPECT_EQ(items[c.item].groupDepth, c.groupDepth);
         EXPECT_EQ(items[c.item].optionalDepth, c.optionalDepth);
         EXPECT_EQ(items[c.item].tagged, c.tagged);
+        EXPECT_EQ(items[c.item].reqArg, c.reqArg);
+        EXPECT_EQ(items[c.item].reqArgEllipsis, c.reqArgEllipsis);
     }
+    // The ellipsis item stands on the last dot.
+    KivClUsageCursor ellipsis = cursorAt("prog (-list <item> ...)", 21);
+    EXPECT_TRUE(ellipsis.isArgEllipsis());
+    EXPECT_EQ(ellipsis.getPosition()[1], ')');
+    EXPECT_FALSE(cursorAt("prog (-list <item> ...)", 12).isArgEllipsis());
     // Depths accumulate over the life of a cursor, even across setToFirst.
     KivClUsageCursor cursor("prog ([-a]");
     ASSERT_TRUE(cursor.setToFirst());
