@@ -35,11 +35,9 @@ TEST(TmpFilename, NamesFromEveryConstructor) {
         expectTmpName(KivClTmpFilename(), "/tmp", "tmp");
     }
     {
-        kivtest::ScopedEnv empty("TMP", "");
-        EXPECT_STREQ(kivGetTmpDirectory(), "");  // set, even though empty
-        const KivClTmpFilename bare("abc");
-        EXPECT_EQ(std::strlen(bare.getAsCString()), 12u);
-        EXPECT_FALSE(bare.hasPath());
+        kivtest::ScopedEnv empty("TMP", "");  // set, even though empty: no directory
+        EXPECT_STREQ(kivGetTmpDirectory(), "");
+        EXPECT_EQ(std::strlen(KivClTmpFilename("abc").getFilePart()), 12u);
     }
     kivtest::TempDir dir;
     kivtest::ScopedEnv tmp("TMP", dir.path().c_str());
@@ -59,11 +57,8 @@ TEST(TmpFilename, NamesFromEveryConstructor) {
     // A missing directory holds no files, so any name there is free.
     expectTmpName(KivClTmpFilename(dir.file("later").c_str(), "x"), dir.file("later"), "x");
 
-    KivClFilename copy;  // an independent copy of a temporary name
-    {
-        const KivClTmpFilename name(location, "cp");
-        copy = name;
-    }
+    KivClFilename copy;
+    copy = KivClTmpFilename(location, "cp");  // an independent copy
     expectTmpName(copy, d, "cp");
 
     // No name can be shown to be free: no room for the file part within 4096

@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <string>
 
 #include "kiv_file.hpp"
@@ -15,7 +14,8 @@
 
 namespace {
 
-// A synchronous "/bin/sh -c script" launcher.
+// A "/bin/sh -c script" launcher, synchronous by default.
+template <typename Launcher = KivClNewSyncProcess>
 struct ShellRun {
     explicit ShellRun(const std::string& script) : process(shell()) {
         process.addArgument("-c");
@@ -25,39 +25,30 @@ struct ShellRun {
         static const KivClExeFile sh(KivClFilename("/bin/sh"));
         return sh;
     }
-    KivClNewSyncProcess process;
+    Launcher process;
 };
 
 // True once pid is gone for good: neither running nor a zombie.
 bool waitUntilGone(pid_t pid) {
-    for (int i = 0; i < 500; ++i) {
-        if (::kill(pid, 0) != 0 && errno == ESRCH) return true;
-        ::usleep(10000);
-    }
-    return false;
+    for (int i = 0; i < 500 && ::kill(pid, 0) == 0; ++i) ::usleep(10000);
+    return ::kill(pid, 0) != 0 && errno == ESRCH;
 }
-
-// Drops root rights in a child, so that limits and modes apply to it.
-bool dropRoot() { return ::geteuid() != 0 || (::setgid(65534) == 0 && ::setuid(65534) == 0); }
 
 }  // namespace
 
 TEST(SyncProcess, ExitCodesAndFailures) {
-    for (int code : {0, 3, 254}) {
-        ShellRun run("exit " + std::to_string(code));
-        EXPECT_TRUE(run.process.launch()) << code;
-        EXPECT_EQ(run.process.getResult(), code);
-        EXPECT_EQ(run.process.getError().errorId, 0u);
+    // 255 is what a failed execve produces: a launch failure. A child ended
+    // by a signal gives 128 + signal, never a clean 0.
+    const struct { const char* script; bool ok; int result; } cases[] = {
+        {"exit 0", true, 0},   {"exit 3", true, 3}, {"exit 254", true, 254},
+        {"exit 255", false, 0}, {"kill -9 $$", true, 128 + SIGKILL},
+    };
+    for (const auto& c : cases) {
+        ShellRun<> run(c.script);
+        EXPECT_EQ(run.process.launch(), c.ok) << c.script;
+        EXPECT_EQ(run.process.getResult(), c.result) << c.script;
+        EXPECT_EQ(run.process.getError().errorId, c.ok ? 0u : KIV_ERRID_PROCESS_COULD_NOT_LAUNCH);
     }
-    // 255 is what a failed execve produces: reported as a launch failure.
-    ShellRun all("exit 255");
-    EXPECT_FALSE(all.process.launch());
-    EXPECT_EQ(all.process.getError().errorId, KIV_ERRID_PROCESS_COULD_NOT_LAUNCH);
-    // Ended by a signal: 128 + signal, never a clean 0.
-    ShellRun killed("kill -9 $$");
-    EXPECT_TRUE(killed.process.launch());
-    EXPECT_EQ(killed.process.getResult(), 128 + SIGKILL);
-
     const kivtest::ScopedEnv noSearch("KIV_NEWPROCESS_USEPATH", nullptr);
     const KivClExeFile missing(KivClFilename("/no/such/program"));
     KivClNewSyncProcess none(missing);
@@ -65,15 +56,15 @@ TEST(SyncProcess, ExitCodesAndFailures) {
     EXPECT_EQ(none.getError().errorId, KIV_ERRID_PROCESS_COULD_NOT_LAUNCH);
     EXPECT_EQ(none.getError().errorClass, KIV_ERRCLASS_UNKNOWN_PROCESS);
 
-    // A failing fork leaves its errno as the result.
+    // A failing fork leaves its errno as the result (root ignores the limit).
     const kivtest::ChildResult limited = kivtest::runInChild([] {
         const struct rlimit zero = {0, 0};
-        if (!dropRoot() || ::setrlimit(RLIMIT_NPROC, &zero) != 0) return 10;
-        ShellRun run("exit 0");
-        const _KivStError& error = run.process.getError();
-        if (run.process.launch() || error.errorId != KIV_ERRID_PROCESS_COULD_NOT_LAUNCH) return 1;
-        if (error.errorClass != KIV_ERRCLASS_UNKNOWN_PROCESS) return 2;
-        return run.process.getResult() == EAGAIN ? 0 : 3;
+        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) return 10;
+        ShellRun<> run("exit 0");
+        if (::setrlimit(RLIMIT_NPROC, &zero) != 0 || run.process.launch()) return 1;
+        if (run.process.getError().errorId != KIV_ERRID_PROCESS_COULD_NOT_LAUNCH) return 2;
+        if (run.process.getError().errorClass != KIV_ERRCLASS_UNKNOWN_PROCESS) return 3;
+        return run.process.getResult() == EAGAIN ? 0 : 4;
     });
     EXPECT_TRUE(limited.exited && limited.exitCode == 0) << limited.exitCode;
 }
@@ -81,7 +72,7 @@ TEST(SyncProcess, ExitCodesAndFailures) {
 TEST(SyncProcess, PassesArgumentsInOrder) {
     kivtest::TempDir dir;
     const std::string out = dir.file("args");
-    ShellRun run("printf '[%s]' \"$0\" \"$@\" > '" + out + "'");
+    ShellRun<> run("printf '[%s]' \"$0\" \"$@\" > '" + out + "'");
     KivClNewSyncProcess& p = run.process;
     p.addArgument("zero");
     p.addArgument(-5L);
@@ -93,8 +84,7 @@ TEST(SyncProcess, PassesArgumentsInOrder) {
     EXPECT_EQ(p.getArgumentCount(), 9u);  // program, -c, script and six
     ASSERT_TRUE(p.launch());
     EXPECT_EQ(kivtest::readFile(out), "[zero][-5][4294967295][-2147483648][two words][]");
-
-    // A second launch passes the same arguments, plus any added since.
+    // Later launches pass the same arguments, plus any added since.
     p.addArgument("later");
     ASSERT_TRUE(p.launch());
     ASSERT_TRUE(p.launch());
@@ -105,16 +95,15 @@ TEST(SyncProcess, PassesArgumentsInOrder) {
 TEST(AsyncProcess, ReturnsAtOnceAndLeavesNoZombie) {
     kivtest::TempDir dir;
     const std::string out = dir.file("status");
-    // Runs in a child: ignoring SIGCHLD is process-wide and stays in force.
+    // In a child: ignoring SIGCHLD is process-wide and stays in force.
     const kivtest::ChildResult child = kivtest::runInChild([&] {
-        // cp copies its own status, whose ignored-signal mask is checked below.
+        // cp copies its own status, whose SigIgn mask is checked below. The
+        // second launch forks while SIGCHLD is already ignored.
         const KivClExeFile copier(KivClFilename("/bin/cp"));
         KivClNewAsyncProcess async(copier);
         async.addArgument("/proc/self/status");
         async.addArgument(out.c_str());
-        // The second launch forks while SIGCHLD is already ignored.
         for (int launch = 0; launch < 2; ++launch) {
-            ::unlink(out.c_str());
             if (!async.launch() || async.getResult() <= 0 || async.getError().errorId != 0) return 1;
             if (!waitUntilGone(async.getResult())) return 2;
         }
@@ -122,23 +111,18 @@ TEST(AsyncProcess, ReturnsAtOnceAndLeavesNoZombie) {
         const KivClExeFile missing(KivClFilename("/no/such/program"));
         KivClNewAsyncProcess none(missing);
         if (!none.launch() || none.getResult() <= 0 || !waitUntilGone(none.getResult())) return 3;
-
         // A synchronous launch still gets its exit code, and a background
         // child that ends meanwhile is not left behind as a zombie.
-        KivClNewAsyncProcess background(ShellRun::shell());
-        background.addArgument("-c");
-        background.addArgument("sleep 0.1");
-        ShellRun after("sleep 0.4; exit 7");
-        if (!background.launch() || !after.process.launch()) return 4;
-        if (after.process.getResult() != 7) return 5;
-        return waitUntilGone(background.getResult()) ? 0 : 6;
+        ShellRun<KivClNewAsyncProcess> background("sleep 0.1");
+        ShellRun<> after("sleep 0.4; exit 7");
+        if (!background.process.launch() || !after.process.launch()) return 4;
+        return after.process.getResult() == 7 && waitUntilGone(background.process.getResult()) ? 0 : 5;
     });
     EXPECT_TRUE(child.exited && child.exitCode == 0) << child.exitCode;
     const std::string status = kivtest::readFile(out);
     const size_t line = status.find("SigIgn:");
     ASSERT_NE(line, std::string::npos) << status;
-    const unsigned long long ignored = std::strtoull(status.c_str() + line + 7, nullptr, 16);
-    EXPECT_EQ(ignored & (1ULL << (SIGCHLD - 1)), 0u) << status;
+    EXPECT_EQ(std::stoull(status.substr(line + 7), nullptr, 16) & (1ULL << (SIGCHLD - 1)), 0u) << status;
 }
 
 TEST(Process, IdsAndKill) {
@@ -157,12 +141,10 @@ TEST(Process, IdsAndKill) {
     int status = 0;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
-
     // Now reaped, the id names no process.
-    KivClProcess gone(static_cast<unsigned int>(child));
-    EXPECT_FALSE(gone.kill());
-    EXPECT_EQ(gone.getError().errorId, KIV_ERRID_PROCESS_COULD_NOT_KILL);
-    EXPECT_EQ(gone.getError().errorClass, KIV_ERRCLASS_INVALID_DATA);
+    EXPECT_FALSE(victim.kill());
+    EXPECT_EQ(victim.getError().errorId, KIV_ERRID_PROCESS_COULD_NOT_KILL);
+    EXPECT_EQ(victim.getError().errorClass, KIV_ERRCLASS_INVALID_DATA);
 
     // Ids that kill() would read as a process group are refused; checked in
     // a child leading a group of its own, so a fault hits only that group.
