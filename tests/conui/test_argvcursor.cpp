@@ -149,13 +149,6 @@ TEST(ArgvCursor, MovingStepsByOneBeyondEitherEnd) {
     EXPECT_FALSE(cursor.setToNext());
     EXPECT_TRUE(cursor.setToNext());
     EXPECT_STREQ(cursor.getAsCString(), "a");
-
-    // Copies and assignments are independent values.
-    KivClArgvCursor copy(cursor);
-    ASSERT_TRUE(copy.setToNext());
-    EXPECT_STREQ(cursor.getAsCString(), "a");
-    cursor = copy;
-    EXPECT_STREQ(cursor.getAsCString(), "b");
 }
 
 TEST(ArgvCursor, SwitchNamesArePositionedExactly) {
@@ -176,8 +169,6 @@ TEST(ArgvCursor, SwitchNamesArePositionedExactly) {
         EXPECT_FALSE(cursor.positionTo(name)) << (name ? name : "null");
         EXPECT_FALSE(cursor.isValid());
     }
-    ASSERT_TRUE(cursor.setToLast());
-    EXPECT_FALSE(cursor.isSwitch());
 }
 
 TEST(ArgvCursor, ValuesNegativeNumbersAndFreeEntries) {
@@ -257,11 +248,16 @@ TEST(ArgvCursor, FreeCursorVisitsOnlyFreeEntries) {
     KivClArgvFreeCursor cursor(mixed.argc(), mixed.argv(), usage);
     EXPECT_EQ(visit(cursor, true), (Entries{"a", "b", "c"}));
     EXPECT_EQ(visit(cursor, false), (Entries{"c", "b", "a"}));
-    // A copy keeps the usage and the position.
+    // Copies and assignments keep the usage and the position, and move on
+    // their own.
     ASSERT_TRUE(cursor.setToFirst());
     ASSERT_TRUE(cursor.setToNext());
     KivClArgvFreeCursor copy(cursor);
     ASSERT_TRUE(copy.setToNext());
     EXPECT_STREQ(copy.getAsCString(), "c");
     EXPECT_STREQ(cursor.getAsCString(), "b");
+    cursor = copy;
+    EXPECT_FALSE(cursor.setToNext());
+    EXPECT_TRUE(cursor.setToPrevious());
+    EXPECT_STREQ(cursor.getAsCString(), "c");
 }
