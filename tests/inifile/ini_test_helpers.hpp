@@ -58,8 +58,7 @@ inline std::string value(const KivClIniFile& ini, const char* section, const cha
 
 struct Expected {
     const char* name;
-    std::string value;
-    std::string comment;
+    std::string value, comment;
 };
 
 // Checks value and comment of every named option of section.
@@ -69,8 +68,8 @@ inline void expectOptions(const KivClIniFile& ini, const char* section, const st
     }
 }
 
-// Loader reports as (error id, line) pairs; stops loading at report stopAt
-// (1-based) when it is not 0.
+// Records loader reports as (error id, line) pairs; when stopAt is not 0,
+// asks to stop at that report (1-based).
 using Report = std::pair<uint32_t, unsigned int>;
 
 struct Recorder {

@@ -17,31 +17,34 @@ const char kSample[] =
     "[Flags]\nyes=yes\nOn=On\none=1\nok=ok\nempty=\nn=n\nrue=rue\nno=no\noff=off\nzero=0\n"
     "[numbers]\nsecond=1\n";
 
-// A typed query of the selected section that must find the option; with
-// comment given, through the overload that also returns the comment.
+// Converts the option through both name-based overloads and an option
+// cursor; all three must find it and give expected.
 template <typename Type>
-Type query(const KivClIniFile& ini, const char* name, std::string* comment = nullptr) {
-    Type value{};
-    const char* note = "";
-    EXPECT_TRUE(comment != nullptr ? ini.getOption(name, value, note) : ini.getOption(name, value)) << name;
-    if (comment != nullptr) {
-        *comment = note;
-    }
-    return value;
+void expectConverted(const KivClIniFile& ini, const char* name, Type expected) {
+    Type byName{};
+    Type withComment{};
+    Type byCursor{};
+    const char* note = nullptr;
+    EXPECT_TRUE(ini.getOption(name, byName) && ini.getOption(name, withComment, note)) << name;
+    KivClIniFileOptionCursor cursor(ini);
+    EXPECT_TRUE(cursor.setTo(name)) << name;
+    EXPECT_STREQ(cursor.getValue(byCursor), cursor.getValue()) << name;
+    EXPECT_TRUE(byName == expected && withComment == expected && byCursor == expected) << name;
+    EXPECT_STREQ(note, cursor.getComment()) << name;
 }
 
-// The same conversion through an option cursor standing on the option.
+// Both query forms for a missing option leave value and comment unchanged.
 template <typename Type>
-Type converted(KivClIniFileOptionCursor& cursor, const char* name) {
-    Type value{};
-    EXPECT_TRUE(cursor.setTo(name)) << name;
-    EXPECT_STREQ(cursor.getValue(value), cursor.getValue()) << name;
-    return value;
+bool untouched(const KivClIniFile& ini, Type sentinel) {
+    Type value = sentinel;
+    const char* note = "kept";
+    const bool found = ini.getOption("absent", value) || ini.getOption("absent", value, note);
+    return !found && value == sentinel && std::string(note) == "kept";
 }
 
 }  // namespace
 
-TEST(IniModel, SelectionAndTypedQueries) {
+TEST(IniModel, SelectionTypedAndBooleanQueries) {
     LoadedIni loaded(kSample);
     KivClIniFile& ini = loaded.ini;
     const char* value = "unchanged";
@@ -54,40 +57,24 @@ TEST(IniModel, SelectionAndTypedQueries) {
     EXPECT_STREQ(note, "unchanged");
     expectOptions(ini, "Numbers", {{"LONG", "-12abc", "a long"}, {"ulong", "4294967296", ""}});
 
-    std::string comment;
-    EXPECT_EQ(query<long>(ini, "long", &comment), -12);
-    EXPECT_EQ(comment, "a long");
-    EXPECT_EQ(query<unsigned long>(ini, "ulong"), 4294967296UL);
-    EXPECT_EQ(query<unsigned int>(ini, "uint", &comment), 4000000000u);
-    EXPECT_EQ(comment, "");
-    EXPECT_EQ(query<int>(ini, "int"), 42);
-    EXPECT_EQ(query<int>(ini, "text", &comment), 0);
-    EXPECT_EQ(query<char>(ini, "text"), 'a');
-    EXPECT_EQ(query<char>(ini, "empty", &comment), '\0');
+    expectConverted(ini, "long", -12L);
+    expectConverted(ini, "ulong", 4294967296UL);
+    expectConverted(ini, "uint", 4000000000U);
+    expectConverted(ini, "int", 42);
+    expectConverted(ini, "text", 0);
+    expectConverted(ini, "text", 'a');
+    expectConverted(ini, "empty", '\0');
     ASSERT_TRUE(ini.addOption("Numbers", "quoted", "'\\t'"));
-    EXPECT_EQ(query<char>(ini, "quoted"), '\t');
-
-    KivClIniFileOptionCursor cursor(ini);
-    EXPECT_EQ(converted<long>(cursor, "long"), -12);
-    EXPECT_EQ(converted<unsigned long>(cursor, "ulong"), 4294967296UL);
-    EXPECT_EQ(converted<int>(cursor, "int"), 42);
-    EXPECT_EQ(converted<unsigned int>(cursor, "uint"), 4000000000u);
-    EXPECT_EQ(converted<char>(cursor, "quoted"), '\t');
+    expectConverted(ini, "quoted", '\t');
 
     // A missing option leaves every out-parameter as it was.
-    long asLong = 5;
-    unsigned long asULong = 5;
-    int asInt = 5;
-    unsigned int asUInt = 5;
-    char asChar = 'z';
+    EXPECT_TRUE(untouched(ini, 5L) && untouched(ini, 5UL) && untouched(ini, 5) && untouched(ini, 5U));
+    EXPECT_TRUE(untouched(ini, 'z'));
     bool flag = true;
-    note = "kept";
-    EXPECT_FALSE(ini.getOption("absent", asLong, note) || ini.getOption("absent", asULong, note) ||
-                 ini.getOption("absent", asInt, note) || ini.getOption("absent", asUInt, note) ||
-                 ini.getOption("absent", asChar, note) || ini.getOptionBool("absent", flag, note));
-    EXPECT_EQ(asLong + static_cast<long>(asULong) + asInt + static_cast<int>(asUInt), 20);
-    EXPECT_TRUE(asChar == 'z' && flag);
-    EXPECT_STREQ(note, "kept");
+    EXPECT_FALSE(ini.getOptionBool("absent", flag) || ini.getOptionBool("absent", flag, note));
+    EXPECT_TRUE(flag && std::string(note) == "unchanged");
+    int asInt = 5;
+    KivClIniFileOptionCursor cursor(ini);
     EXPECT_FALSE(cursor.setTo("absent"));
     EXPECT_STREQ(cursor.getValue(asInt), "");
     EXPECT_EQ(asInt, 5);
@@ -95,22 +82,21 @@ TEST(IniModel, SelectionAndTypedQueries) {
     EXPECT_FALSE(ini.getSection("missing"));
     EXPECT_EQ(ini.getSelectedSection(), nullptr);
     EXPECT_FALSE(ini.getOption("long", value) || ini.getSection(nullptr));
-}
 
-TEST(IniModel, BooleanQueriesSearchTheTrueTokens) {
-    LoadedIni loaded(kSample);
-    EXPECT_STREQ(loaded.ini.getStringAllTrueTokens(), "|ON|TRUE|YES|1|OK|");
-    ASSERT_TRUE(loaded.ini.getSection("flags"));
-    KivClIniFileOptionCursor cursor(loaded.ini);
+    // A value is true when it occurs, ignoring case, in the true tokens.
+    EXPECT_STREQ(ini.getStringAllTrueTokens(), "|ON|TRUE|YES|1|OK|");
+    ASSERT_TRUE(ini.getSection("flags"));
+    KivClIniFileOptionCursor flags(ini);
+    const std::string falseNames = "|no|off|zero|";
     for (const char* name : {"yes", "On", "one", "ok", "empty", "n", "rue", "no", "off", "zero"}) {
-        const bool expected = std::string("|no|off|zero|").find("|" + std::string(name) + "|") == std::string::npos;
-        bool flag = !expected;
+        const bool expected = falseNames.find("|" + std::string(name) + "|") == std::string::npos;
+        bool viaName = !expected;
+        bool withComment = !expected;
         bool viaCursor = !expected;
-        const char* note = nullptr;
-        EXPECT_TRUE(loaded.ini.getOptionBool(name, flag, note) && cursor.setTo(name)) << name;
-        EXPECT_STREQ(cursor.getValueBool(viaCursor), cursor.getValue());
-        EXPECT_EQ(flag, expected) << name;
-        EXPECT_EQ(viaCursor, expected) << name;
+        EXPECT_TRUE(ini.getOptionBool(name, viaName) && ini.getOptionBool(name, withComment, note)) << name;
+        EXPECT_TRUE(flags.setTo(name)) << name;
+        EXPECT_STREQ(flags.getValueBool(viaCursor), flags.getValue());
+        EXPECT_TRUE(viaName == expected && withComment == expected && viaCursor == expected) << name;
         EXPECT_STREQ(note, "");
     }
 }
@@ -121,12 +107,9 @@ TEST(IniModel, AddingSectionsAndOptions) {
     EXPECT_STREQ(ini.getSelectedSection()->getName(), "DUP");
     EXPECT_TRUE(ini.addSection(std::string(120, 's').c_str()));
     EXPECT_EQ(sectionNames(ini), (Names{"Dup", "DUP", std::string(80, 's')}));
-    ASSERT_TRUE(ini.getSection("dup"));
-    EXPECT_EQ(ini.getSelectedSection(), ini.getFirstSection());
 
-    EXPECT_FALSE(ini.addOption("nowhere", "a", "1"));
-    EXPECT_FALSE(ini.addOption("Dup", "FIRST", "2"));
-    EXPECT_FALSE(ini.addOption("Dup", nullptr, "2"));
+    EXPECT_FALSE(ini.addOption("nowhere", "a", "1") || ini.addOption("Dup", "FIRST", "2") ||
+                 ini.addOption("Dup", nullptr, "2"));
     EXPECT_TRUE(ini.addOption("Dup", "nullvalue", nullptr));
     // An empty name is taken once: it then equals the name of that option.
     EXPECT_TRUE(ini.addOption("Dup", "", "2"));
@@ -157,8 +140,8 @@ TEST(IniModel, AddingSectionsAndOptions) {
     EXPECT_STREQ(foreign.getSection(), "Dup");
 }
 
-TEST(IniModel, ReplacingValuesKeepsTheComment) {
-    LoadedIni loaded("[S]\na=short ; note\nb=x ; c\n");
+TEST(IniModel, ReplacingAndDeletingKeepPlaces) {
+    LoadedIni loaded("[S]\na=short ; note\nb=x ; c\n[A]\nx=1 ; c\ny=2\n[B]\nz=3\n[C]\nw=4\n");
     KivClIniFile& ini = loaded.ini;
     EXPECT_TRUE(ini.setNewValue("s", "A", "tiny"));
     expectOptions(ini, "S", {{"a", "tiny", "note"}});
@@ -170,52 +153,46 @@ TEST(IniModel, ReplacingValuesKeepsTheComment) {
     expectOptions(ini, "S", {{"b", std::string(1024 - 2 - 1, 'h'), "c"}});
 
     KivClIniFileSectionCursor sections(ini);
-    EXPECT_FALSE(ini.setNewValue(sections, "a", "1"));
-    ASSERT_TRUE(sections.setToFirst());
+    KivClIniFileOptionCursor options(ini, ini.getFirstSection());
+    EXPECT_FALSE(ini.setNewValue(sections, "a", "1") || ini.setNewValue(options, "1"));
+    ASSERT_TRUE(sections.setToFirst() && options.setTo("b"));
     EXPECT_TRUE(ini.setNewValue(sections, "A", "via section"));
     EXPECT_FALSE(ini.setNewValue(sections, "zz", "1"));
-    KivClIniFileOptionCursor options(sections);
-    EXPECT_FALSE(ini.setNewValue(options, "1"));
-    ASSERT_TRUE(options.setTo("b"));
     EXPECT_TRUE(ini.setNewValue(options, "via option"));
     expectOptions(ini, "S", {{"a", "via section", "note"}, {"b", "via option", "c"}});
-}
 
-TEST(IniModel, DeletionKeepsPlacesWithEmptyNames) {
-    LoadedIni loaded("[A]\nx=1 ; c\ny=2\n[B]\nz=3\n[C]\nw=4\n");
-    KivClIniFile& ini = loaded.ini;
+    // Deletion empties names but keeps places.
+    const KivClIniFileSection* sectionA = ini.getFirstSection()->getNext();
     EXPECT_TRUE(ini.deleteOption("a", "X"));
     EXPECT_FALSE(ini.deleteOption("a", "nothere") || ini.deleteOption("nothere", "y"));
-    KivClIniFileOptionCursor options(ini, ini.getFirstSection());
-    EXPECT_TRUE(options.setTo(""));  // the deleted option matches only ""
-    EXPECT_FALSE(options.matches("x"));
-    EXPECT_STREQ(options.getValue(), "");
-    EXPECT_STREQ(options.getComment(), "");
+    KivClIniFileOptionCursor aOptions(ini, sectionA);
+    EXPECT_TRUE(aOptions.setTo(""));  // the deleted option matches only ""
+    EXPECT_FALSE(aOptions.matches("x"));
+    EXPECT_EQ(std::string(aOptions.getValue()) + aOptions.getComment(), "");
     // The name is free again, while a name differing in case is not.
-    EXPECT_TRUE(ini.addOption("A", "x", "new"));
-    EXPECT_FALSE(ini.addOption("A", "Y", "new"));
-    EXPECT_EQ(optionNames(ini, ini.getFirstSection()), (Names{"", "y", "x"}));
+    EXPECT_TRUE(ini.addOption("A", "x", "new") && !ini.addOption("A", "Y", "new"));
+    EXPECT_EQ(optionNames(ini, sectionA), (Names{"", "y", "x"}));
 
     EXPECT_TRUE(ini.deleteSection("b"));
     EXPECT_FALSE(ini.deleteSection("b") || ini.getSection("B"));
-    EXPECT_EQ(sectionNames(ini), (Names{"A", "", "C"}));
-    EXPECT_EQ(ini.getFirstSection()->getNext()->getFirstOption(), nullptr);
+    EXPECT_EQ(sectionNames(ini), (Names{"S", "A", "", "C"}));
+    EXPECT_EQ(sectionA->getNext()->getFirstOption(), nullptr);
 
-    KivClIniFileSectionCursor sections(ini);
-    EXPECT_FALSE(ini.deleteSection(sections));
-    ASSERT_TRUE(sections.setTo("C"));
-    KivClIniFileOptionCursor cOptions(sections);
+    KivClIniFileSectionCursor cSection(ini);
+    EXPECT_FALSE(ini.deleteSection(cSection));
+    ASSERT_TRUE(cSection.setTo("C"));
+    KivClIniFileOptionCursor cOptions(cSection);
     EXPECT_FALSE(ini.deleteOption(cOptions));
     ASSERT_TRUE(cOptions.setToFirst());
     EXPECT_TRUE(ini.deleteOption(cOptions));
     EXPECT_STREQ(cOptions.getOption(), "");
-    EXPECT_FALSE(ini.deleteOption(sections, "w"));
-    EXPECT_TRUE(ini.deleteSection(sections));
-    EXPECT_TRUE(sections.isValid());
-    EXPECT_STREQ(sections.getSection(), "");
-    ASSERT_TRUE(sections.setTo("A"));
-    EXPECT_TRUE(ini.deleteOption(sections, "y"));
-    EXPECT_EQ(optionNames(ini, ini.getFirstSection()), (Names{"", "", "x"}));
+    EXPECT_FALSE(ini.deleteOption(cSection, "w"));
+    EXPECT_TRUE(ini.deleteSection(cSection));
+    EXPECT_TRUE(cSection.isValid());
+    EXPECT_STREQ(cSection.getSection(), "");
+    ASSERT_TRUE(cSection.setTo("A"));
+    EXPECT_TRUE(ini.deleteOption(cSection, "y"));
+    EXPECT_EQ(optionNames(ini, sectionA), (Names{"", "", "x"}));
 }
 
 TEST(IniModel, CursorsWalkSearchAndSeeOnlyWhatFollowsTheirFirstEntry) {
@@ -242,6 +219,7 @@ TEST(IniModel, CursorsWalkSearchAndSeeOnlyWhatFollowsTheirFirstEntry) {
 
     // Option cursors: on the selected section (none: nothing), on a section
     // cursor's section, and on an empty section that gains options later.
+    ASSERT_FALSE(ini.getSection("none"));
     KivClIniFileOptionCursor unselected(ini);
     EXPECT_FALSE(unselected.setToFirst());
     EXPECT_STREQ(unselected.getOption(), "");
