@@ -15,9 +15,9 @@ namespace kivtest {
 
 using Names = std::vector<std::string>;
 
-// Names of all sections in list order, as a section cursor walks them.
-inline std::vector<std::string> sectionNames(const KivClIniFile& ini) {
-    std::vector<std::string> names;
+// Names of all sections, or of the options of one section, in list order.
+inline Names sectionNames(const KivClIniFile& ini) {
+    Names names;
     KivClIniFileSectionCursor cursor(ini);
     for (cursor.setToFirst(); cursor.isValid(); cursor.setToNext()) {
         names.emplace_back(cursor.getSection());
@@ -25,9 +25,8 @@ inline std::vector<std::string> sectionNames(const KivClIniFile& ini) {
     return names;
 }
 
-// Names of the options of section in list order.
-inline std::vector<std::string> optionNames(const KivClIniFile& ini, const KivClIniFileSection* section) {
-    std::vector<std::string> names;
+inline Names optionNames(const KivClIniFile& ini, const KivClIniFileSection* section) {
+    Names names;
     KivClIniFileOptionCursor cursor(ini, section);
     for (cursor.setToFirst(); cursor.isValid(); cursor.setToNext()) {
         names.emplace_back(cursor.getOption());
@@ -61,7 +60,6 @@ struct Expected {
     std::string value, comment;
 };
 
-// Checks value and comment of every named option of section.
 inline void expectOptions(const KivClIniFile& ini, const char* section, const std::vector<Expected>& table) {
     for (const Expected& row : table) {
         EXPECT_EQ(entry(ini, section, row.name), std::make_pair(row.value, row.comment)) << row.name;
