@@ -85,34 +85,7 @@ TEST(File, Copy) {
     expectResult(src.copyTo(nameAt(dir.file("out")), false), src, 0, KIV_ERRCLASS_UNKNOWN);
 }
 
-TEST(File, RemoveAndRename) {
-    kivtest::TempDir dir;
-    kivtest::writeFile(dir.file("ro"), "x");
-    kivtest::writeFile(dir.file("a"), "A");
-    kivtest::writeFile(dir.file("b"), "B");
-    ASSERT_EQ(::chmod(dir.file("ro").c_str(), 0440), 0);
-    ASSERT_EQ(::mkdir(dir.file("sub").c_str(), 0755), 0);
-    kivtest::writeFile(dir.file("sub/inside"), "");
-    KivClFile readOnly = fileAt(dir.file("ro"));
-    expectResult(readOnly.remove(), readOnly, 0, KIV_ERRCLASS_UNKNOWN);
-    EXPECT_FALSE(kivtest::fileExists(dir.file("ro")));
-    KivClFile directory = fileAt(dir.file("sub"));
-    const uint32_t removeId = KIV_ERRID_FILE_COULD_NOT_REMOVE, renameId = KIV_ERRID_FILE_COULD_NOT_RENAME;
-    expectResult(directory.remove(), directory, removeId, KIV_ERRCLASS_IO_PERMISSION_DENIED);
-    EXPECT_EQ(modeOf(dir.file("sub")), 0755u);  // a failed remove changes nothing
-    expectResult(readOnly.remove(), readOnly, removeId, KIV_ERRCLASS_IO_NOT_EXISTENT);
-
-    KivClFile a = fileAt(dir.file("a"));
-    expectResult(a.renameAs(nameAt(dir.file("b"))), a, 0, KIV_ERRCLASS_UNKNOWN);  // replaces b
-    EXPECT_EQ(kivtest::readFile(dir.file("b")), "A");
-    // A non-empty directory cannot be replaced.
-    expectResult(a.renameAs(nameAt(dir.file("sub"))), a, renameId, KIV_ERRCLASS_IO_ALREADY_IN_USE);
-    EXPECT_EQ(std::string(a.getAsCString()), dir.file("b"));
-    KivClFile gone = fileAt(dir.file("gone"));
-    expectResult(gone.renameAs(nameAt(dir.file("new"))), gone, renameId, KIV_ERRCLASS_IO_PERMISSION_DENIED);
-}
-
-TEST(File, Attributes) {
+TEST(File, AttributesRemoveAndRename) {
     kivtest::TempDir dir;
     kivtest::writeFile(dir.file("archive.tar.gz"), "12345");
     KivClFile file = fileAt(dir.file("archive.tar.gz"));
@@ -125,13 +98,16 @@ TEST(File, Attributes) {
     EXPECT_FALSE(missing.isExistent() || missing.getFileSize() != 0);
     EXPECT_STREQ(KivClFile(KivClFilename("/d/readme"), "txt").getAsCString(), "/d/readme.txt");
     EXPECT_STREQ(KivClFile(KivClFilename("/d/readme.md"), "txt").getAsCString(), "/d/readme.md");
-
     const struct timeval times[2] = {{1000000, 0}, {2000000, 0}};
     ASSERT_EQ(::utimes(dir.file("archive.tar.gz").c_str(), times), 0);
     EXPECT_EQ(file.getDateTimeOfLastAccess(), 1000000u);
     EXPECT_EQ(file.getDateTimeOfLastModification(), 2000000u);
     EXPECT_GT(file.getDateTimeOfCreation(), 2000000u);
     EXPECT_EQ(missing.getDateTimeOfLastModification(), 0u);
+
+    EXPECT_TRUE(file.setReadOnly(false));
+    EXPECT_EQ(modeOf(dir.file("archive.tar.gz")), 0660u);
+    EXPECT_FALSE(file.isReadOnly());
     EXPECT_TRUE(file.setReadOnly(true));
     EXPECT_EQ(modeOf(dir.file("archive.tar.gz")), 0440u);
     // Root may write anything: check isReadOnly as an ordinary user.
@@ -141,9 +117,25 @@ TEST(File, Attributes) {
         return file.isReadOnly() ? 0 : 1;
     });
     EXPECT_TRUE(child.exited && child.exitCode == 0) << child.exitCode;
-    EXPECT_TRUE(file.setReadOnly(false));
-    EXPECT_EQ(modeOf(dir.file("archive.tar.gz")), 0660u);
-    EXPECT_FALSE(file.isReadOnly());
+    const uint32_t removeId = KIV_ERRID_FILE_COULD_NOT_REMOVE, renameId = KIV_ERRID_FILE_COULD_NOT_RENAME;
+    expectResult(file.remove(), file, 0, KIV_ERRCLASS_UNKNOWN);  // read-only, still removed
+    EXPECT_FALSE(kivtest::fileExists(dir.file("archive.tar.gz")));
+    expectResult(file.remove(), file, removeId, KIV_ERRCLASS_IO_NOT_EXISTENT);
+    ASSERT_EQ(::mkdir(dir.file("sub").c_str(), 0755), 0);
+    kivtest::writeFile(dir.file("sub/inside"), "");
+    KivClFile directory = fileAt(dir.file("sub"));
+    expectResult(directory.remove(), directory, removeId, KIV_ERRCLASS_IO_PERMISSION_DENIED);
+    EXPECT_EQ(modeOf(dir.file("sub")), 0755u);  // a failed remove changes nothing
+
+    kivtest::writeFile(dir.file("a"), "A");
+    kivtest::writeFile(dir.file("b"), "B");
+    KivClFile a = fileAt(dir.file("a"));
+    expectResult(a.renameAs(nameAt(dir.file("b"))), a, 0, KIV_ERRCLASS_UNKNOWN);  // replaces b
+    EXPECT_EQ(kivtest::readFile(dir.file("b")), "A");
+    // A non-empty directory cannot be replaced.
+    expectResult(a.renameAs(nameAt(dir.file("sub"))), a, renameId, KIV_ERRCLASS_IO_ALREADY_IN_USE);
+    EXPECT_EQ(std::string(a.getAsCString()), dir.file("b"));
+    expectResult(file.renameAs(nameAt(dir.file("new"))), file, renameId, KIV_ERRCLASS_IO_PERMISSION_DENIED);
 }
 
 TEST(FilePath, RelativePaths) {
