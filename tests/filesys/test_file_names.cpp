@@ -71,7 +71,9 @@ TEST(TmpFilename, NamesFromEveryConstructor) {
 TEST(TmpFilename, NeverNamesAnExistingFile) {
     kivtest::TempDir dir;
     std::set<std::string> seen;
-    for (int i = 0; i < 400; ++i) {
+    // With three random characters (41^3 names), 1500 draws are all but
+    // sure to hit names taken before.
+    for (int i = 0; i < 1500; ++i) {
         const std::string text = KivClTmpFilename(dir.path().c_str(), "clash").getAsCString();
         ASSERT_FALSE(kivtest::fileExists(text)) << text;
         EXPECT_TRUE(seen.insert(text).second) << text;
