@@ -162,6 +162,7 @@ TEST(FilePath, ExpandsRelativePaths) {
         {"/h/", "/../", "", false},
         {"/home/user/", "~/x/y/", "/home/user/x/y/", true},
         {"/home/user", "~", "/home/user/", true},
+        {"/h", "~x/", "/h/x/", true},  // only "~" stands for $HOME
         {"/h/", "~/../../", "", false},
         {nullptr, "~/x/", "/~/x/", true},
         {"/h/", "sub/./deep/../", here + "/sub/", true},
