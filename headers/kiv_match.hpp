@@ -57,8 +57,6 @@ public:
     uint32_t getPatternLength() const { return patternLength_; }
 
 private:
-    unsigned char fold(unsigned char c) const;
-
     char* upperCopy_;  // owned upper-cased pattern, or null
     bool usable_;      // false for a pattern too long for the skip table
     uint32_t patternLength_;

@@ -78,17 +78,14 @@ KivClStringSearch::KivClStringSearch(const char* pattern, bool ignoreCase)
     }
     const uint32_t m = patternLength_;
     for (uint32_t& entry : skip_) entry = m;
-    // Later positions overwrite earlier ones, so the last occurrence wins.
+    // Later positions overwrite earlier ones, so the last occurrence wins. A
+    // case-insensitive search already holds its pattern upper-cased.
     for (uint32_t position = 0; position + 1 < m; ++position) {
-        skip_[fold(static_cast<unsigned char>(pattern_[position]))] = m - 1 - position;
+        skip_[static_cast<unsigned char>(pattern_[position])] = m - 1 - position;
     }
 }
 
 KivClStringSearch::~KivClStringSearch() { kivFree(upperCopy_); }
-
-unsigned char KivClStringSearch::fold(unsigned char c) const {
-    return ignoreCase_ ? upperByte(c) : c;
-}
 
 const char* KivClStringSearch::getPattern(const char* text) const {
     if (text == nullptr) return nullptr;
@@ -101,7 +98,8 @@ const char* KivClStringSearch::getPattern(const char* text, unsigned long length
     if (patternLength_ > length) return nullptr;
     const SkipSearch search{reinterpret_cast<const unsigned char*>(text), length,
                             reinterpret_cast<const unsigned char*>(pattern_), patternLength_, skip_};
-    const size_t found = ignoreCase_ ? search.run(upperByte) : search.run([](unsigned char c) { return c; });
+    const size_t found =
+        ignoreCase_ ? search.run(upperByte) : search.run([](unsigned char c) { return c; });
     return found == NOT_FOUND ? nullptr : text + found;
 }
 
