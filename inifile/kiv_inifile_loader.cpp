@@ -284,6 +284,9 @@ bool KivClIniFile::load(std::istream& input, char delimiter, bool newSectionForE
         KivClIniFileSection*& section;
         ~SelectionReset() { section = nullptr; }
     } selectionReset{currentSection_};
+    // Lines before the first header belong to no section, whatever the
+    // caller had selected.
+    currentSection_ = nullptr;
     Loader loader(*this, newSectionForEveryHeader, continuationLines);
     char line[LINE_SIZE];
     bool goOn = true;

@@ -164,12 +164,15 @@ TEST(IniLoader, BufferLengthDelimiterAndLineLimits) {
     EXPECT_TRUE(ini.loadFromBuffer("[S]|a=1|bad|b=2", 11, '|', true, false));
     EXPECT_EQ(optionNames(ini, ini.getFirstSection()), Names{"a"});
     EXPECT_EQ(reports, (std::vector<Report>{{kOption, 3}}));
-    // The line number goes on from the previous load.
-    EXPECT_TRUE(ini.loadFromBuffer("[T]\nbad\n", 8, '\n', true, false));
-    EXPECT_EQ(reports.back(), Report(kOption, 5));
+    // The line number goes on from the previous load, and a section the
+    // caller selected does not take lines before the first header.
+    ASSERT_TRUE(ini.getSection("S"));
+    EXPECT_TRUE(ini.loadFromBuffer("b=1\n[T]\nbad\n", 12, '\n', true, false));
+    EXPECT_EQ(reports.back(), Report(kOption, 6));
+    EXPECT_EQ(optionNames(ini, ini.getFirstSection()), Names{"a"});
     EXPECT_TRUE(ini.loadFromBuffer(nullptr, 100, '\n', true, false));
     EXPECT_TRUE(ini.loadFromBuffer("", 0, '\n', true, false));
-    EXPECT_EQ(ini.getLineNumber(), 5u);
+    EXPECT_EQ(ini.getLineNumber(), 6u);
     // Characters after an embedded zero byte are not part of the line.
     const char withZero[] = "[Z]\na=1\0tail\nb=2\n";
     EXPECT_TRUE(ini.loadFromBuffer(withZero, sizeof(withZero) - 1, '\n', true, false));
