@@ -1,5 +1,7 @@
 // The ini file loader: reading lines, sections, options, continuation lines
 // and the value rules (quotes, escapes, environment references, comments).
+#include <sys/stat.h>
+
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
@@ -262,6 +264,11 @@ bool KivClIniFile::Loader::handleOption(const char* line) {
 
 bool KivClIniFile::load(bool continuationLines) {
     lineNumber_ = 0;
+    // A directory opens as a stream on this platform but cannot be read.
+    struct stat info;
+    if (::stat(getAsCString(), &info) == 0 && S_ISDIR(info.st_mode)) {
+        return false;
+    }
     std::ifstream input(getAsCString(), std::ios::in | std::ios::binary);
     if (!input.is_open()) {
         return false;

@@ -1,6 +1,7 @@
 // Loader behaviour: comments, sections, option lines, the value rules,
 // continuation lines, error reports with line numbers and storage bounds.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstring>
 #include <string>
@@ -229,11 +230,14 @@ TEST(IniLoader, LoadsTheNamedFile) {
     EXPECT_EQ(recorder.reports.size(), 1u);
     EXPECT_EQ(ini.getLineNumber(), 5u);
 
-    KivClIniFile missing(KivClFilename(dir.file("absent.ini").c_str()));
-    recorder.attach(missing);
-    EXPECT_FALSE(missing.load(false));
-    EXPECT_EQ(recorder.reports.size(), 1u);
-    EXPECT_EQ(missing.getFirstSection(), nullptr);
+    ASSERT_EQ(::mkdir(dir.file("sub.ini").c_str(), 0700), 0);
+    for (const char* name : {"absent.ini", "sub.ini"}) {  // a missing file, a directory
+        KivClIniFile missing(KivClFilename(dir.file(name).c_str()));
+        recorder.attach(missing);
+        EXPECT_FALSE(missing.load(false)) << missing.getAsCString();
+        EXPECT_EQ(recorder.reports.size(), 1u);
+        EXPECT_EQ(missing.getFirstSection(), nullptr);
+    }
 }
 
 TEST(IniLoader, QuotedCharacterAndEscapeHelpers) {
