@@ -10,6 +10,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "foundation/kiv_fdio.hpp"
 #include "kiv_envvar.hpp"
 #include "kiv_string.hpp"
 
@@ -37,18 +38,6 @@ int openRegular(const char* name, int flags, struct stat& info) {
     return fd;
 }
 
-// Writes all of length bytes, retrying after interruptions and short writes.
-bool writeAll(int fd, const char* data, size_t length) {
-    while (length > 0) {
-        const ssize_t written = ::write(fd, data, length);
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        data += written;
-        length -= static_cast<size_t>(written);
-    }
-    return true;
-}
-
 // Copies everything from in to out. False on a read or write error.
 bool copyBytes(int in, int out) {
     char chunk[65536];
@@ -57,7 +46,7 @@ bool copyBytes(int in, int out) {
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) return false;
         if (got == 0) return true;
-        if (!writeAll(out, chunk, static_cast<size_t>(got))) return false;
+        if (!kivWriteAll(out, chunk, static_cast<size_t>(got))) return false;
     }
 }
 

@@ -3,10 +3,11 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+
+#include "foundation/kiv_fdio.hpp"
 
 KivClExceptionABase::~KivClExceptionABase() = default;
 
@@ -19,19 +20,6 @@ bool KivClException::isKivException() const { return true; }
 KivClExceptionFatal::~KivClExceptionFatal() = default;
 
 namespace {
-
-// Writes the whole buffer to standard error, retrying partial writes.
-void writeToStderr(const std::string& text) {
-    size_t done = 0;
-    while (done < text.size()) {
-        ssize_t n = ::write(STDERR_FILENO, text.data() + done, text.size() - done);
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return;
-        }
-        done += static_cast<size_t>(n);
-    }
-}
 
 [[noreturn]] void reportAndAbort(const char* expression, const char* module, unsigned int line,
                                  const char* function, const char* message, bool withMessage) {
@@ -59,7 +47,7 @@ void writeToStderr(const std::string& text) {
     // The trailing newline goes out in the same write as the report.
     report += "\n";
     std::fflush(stderr);
-    writeToStderr(report);
+    kivWriteAll(STDERR_FILENO, report.data(), report.size());
     std::abort();
 }
 
