@@ -2,6 +2,7 @@
 #include "kiv_string.hpp"
 
 #include <cctype>
+#include <cstdint>
 #include <cstring>
 
 namespace {
@@ -66,13 +67,7 @@ unsigned long kivStrCount(const char* text, char ch) {
 }
 
 unsigned long kivStrCopyUntil(char* destination, const char* source, char stop) {
-    unsigned long copied = 0;
-    while (source[copied] != '\0' && source[copied] != stop) {
-        destination[copied] = source[copied];
-        ++copied;
-    }
-    destination[copied] = '\0';
-    return copied;
+    return kivStrCopyUntil(destination, source, stop, SIZE_MAX);
 }
 
 unsigned long kivStrCopyUntil(char* destination, const char* source, char stop, size_t capacity) {
