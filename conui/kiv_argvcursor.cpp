@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstring>
 
+#include "kiv_consoleui.hpp"
 #include "kiv_usage.hpp"
 
 namespace {
@@ -36,6 +37,9 @@ bool admitsFreeArguments(const char* usage) {
 
 KivClArgvCursor::KivClArgvCursor(int argc, const char** argv)
     : argc_(argv != nullptr && argc > 0 ? argc : 0), argv_(argv) {}
+
+KivClArgvCursor::KivClArgvCursor(const KivClConsoleUI& ui)
+    : KivClArgvCursor(ui.getArgCount(), ui.getArgValues()) {}
 
 KivClArgvCursor::~KivClArgvCursor() = default;
 
@@ -88,6 +92,9 @@ const char* KivClArgvCursor::entryAt(int index) const {
 
 KivClArgvCheckCursor::KivClArgvCheckCursor(int argc, const char** argv, const char* usage)
     : KivClArgvCursor(argc, argv), usage_(usage != nullptr ? usage : EMPTY_USAGE) {}
+
+KivClArgvCheckCursor::KivClArgvCheckCursor(const KivClConsoleUI& ui)
+    : KivClArgvCheckCursor(ui.getArgCount(), ui.getArgValues(), ui.getUsage()) {}
 
 KivClArgvCheckCursor::~KivClArgvCheckCursor() = default;
 

@@ -4,6 +4,7 @@
 
 #include "kiv_argv.hpp"
 #include "kiv_bitarray.hpp"
+#include "kiv_consoleui.hpp"
 #include "kiv_cursor.hpp"
 #include "kiv_envvar.hpp"
 #include "kiv_error.hpp"

@@ -23,10 +23,14 @@
 
 #include "kiv_cursor.hpp"
 
+class KivClConsoleUI;
+
 class KivClArgvCursor : public KivClBiDirCursorABase {
 public:
     // Stands on entry 1.
     KivClArgvCursor(int argc, const char** argv);
+    // The command line the console UI holds (it must outlive the cursor).
+    explicit KivClArgvCursor(const KivClConsoleUI& ui);
     KivClArgvCursor(const KivClArgvCursor&) = default;
     KivClArgvCursor& operator=(const KivClArgvCursor&) = default;
     ~KivClArgvCursor() override;
@@ -70,6 +74,9 @@ private:
 class KivClArgvCheckCursor : public KivClArgvCursor {
 public:
     KivClArgvCheckCursor(int argc, const char** argv, const char* usage);
+    // The console UI's command line and its current usage string; a later
+    // setUsage of the UI leaves this cursor on the released copy.
+    explicit KivClArgvCheckCursor(const KivClConsoleUI& ui);
     KivClArgvCheckCursor(const KivClArgvCheckCursor&) = default;
     KivClArgvCheckCursor& operator=(const KivClArgvCheckCursor&) = default;
     ~KivClArgvCheckCursor() override;
