@@ -384,32 +384,38 @@ bool KivClConsoleUI::hasArgNumval(unsigned long nameId, long& value) const {
 
 bool KivClConsoleUI::hasArgNumval(const char* name, int& value) const {
     long wide = 0;
-    return narrowed(hasArgNumval(name, wide), wide, value);
+    const bool found = hasArgNumval(name, wide);
+    return narrowed(found, wide, value);
 }
 
 bool KivClConsoleUI::hasArgNumval(char name, int& value) const {
     long wide = 0;
-    return narrowed(hasArgNumval(name, wide), wide, value);
+    const bool found = hasArgNumval(name, wide);
+    return narrowed(found, wide, value);
 }
 
 bool KivClConsoleUI::hasArgNumval(unsigned long nameId, int& value) const {
     long wide = 0;
-    return narrowed(hasArgNumval(nameId, wide), wide, value);
+    const bool found = hasArgNumval(nameId, wide);
+    return narrowed(found, wide, value);
 }
 
 bool KivClConsoleUI::hasArgNumval(const char* name, short& value) const {
     long wide = 0;
-    return narrowed(hasArgNumval(name, wide), wide, value);
+    const bool found = hasArgNumval(name, wide);
+    return narrowed(found, wide, value);
 }
 
 bool KivClConsoleUI::hasArgNumval(char name, short& value) const {
     long wide = 0;
-    return narrowed(hasArgNumval(name, wide), wide, value);
+    const bool found = hasArgNumval(name, wide);
+    return narrowed(found, wide, value);
 }
 
 bool KivClConsoleUI::hasArgNumval(unsigned long nameId, short& value) const {
     long wide = 0;
-    return narrowed(hasArgNumval(nameId, wide), wide, value);
+    const bool found = hasArgNumval(nameId, wide);
+    return narrowed(found, wide, value);
 }
 
 void KivClConsoleUI::reqArgNumval(const char* name, long& value) const {

@@ -203,8 +203,10 @@ void KivClConsoleUI::format(const char* label, double value) const {
     out() << value << '\n';
 }
 
+// The answer words are written as they are, never quoted.
 void KivClConsoleUI::formatBool(const char* label, bool value) const {
-    format(label, libraryText(value ? MSG_YES : MSG_NO).getText());
+    format(label);
+    out() << libraryText(value ? MSG_YES : MSG_NO).getText() << '\n';
 }
 
 void KivClConsoleUI::format(unsigned long labelId, const char* value) const {
