@@ -1,6 +1,7 @@
 #include "kiv_test_support.hpp"
 
 #include <fcntl.h>
+#include <ftw.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -28,9 +29,11 @@ TempDir::TempDir() {
     path_ = pattern;
 }
 
+// Removes the tree without a shell, so that a test that empties PATH still
+// cleans up; links are removed, never followed.
 TempDir::~TempDir() {
-    const std::string command = "rm -rf '" + path_ + "'";
-    if (std::system(command.c_str()) != 0) std::perror("rm temporary directory");
+    const auto removeEntry = [](const char* path, const struct stat*, int, FTW*) { return ::remove(path); };
+    if (::nftw(path_.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS) != 0) std::perror("remove temporary directory");
 }
 
 std::string TempDir::file(const std::string& name) const { return path_ + "/" + name; }
