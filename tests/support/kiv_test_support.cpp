@@ -1,6 +1,7 @@
 #include "kiv_test_support.hpp"
 
 #include <fcntl.h>
+#include <ftw.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -28,9 +29,11 @@ TempDir::TempDir() {
     path_ = pattern;
 }
 
+// Removes the tree without a shell, so that a test that empties PATH still
+// cleans up; links are removed, never followed.
 TempDir::~TempDir() {
-    const std::string command = "rm -rf '" + path_ + "'";
-    if (std::system(command.c_str()) != 0) std::perror("rm temporary directory");
+    const auto removeEntry = [](const char* path, const struct stat*, int, FTW*) { return ::remove(path); };
+    if (::nftw(path_.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS) != 0) std::perror("remove temporary directory");
 }
 
 std::string TempDir::file(const std::string& name) const { return path_ + "/" + name; }
@@ -63,6 +66,18 @@ std::string CaptureFd::text() {
     return text_;
 }
 
+#ifdef KIV_COVERAGE
+extern "C" void __gcov_dump();
+#endif
+
+// A child ended with _exit skips the coverage runtime's exit handler, so a
+// coverage build writes the child's counts first.
+static void flushCoverage() {
+#ifdef KIV_COVERAGE
+    __gcov_dump();
+#endif
+}
+
 ChildResult runInChild(const std::function<int()>& body) {
     TempDir dir;
     const std::string outPath = dir.file("out");
@@ -79,6 +94,7 @@ ChildResult runInChild(const std::function<int()>& body) {
         ::dup2(err, 2);
         const int code = body();
         std::fflush(nullptr);
+        flushCoverage();
         ::_exit(code);
     }
     int status = 0;
