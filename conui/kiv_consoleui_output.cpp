@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "kiv_consoleui.hpp"
+#include "kiv_dump.hpp"
 #include "kiv_usage.hpp"
 
 namespace {
@@ -255,6 +256,19 @@ void KivClConsoleUI::format(unsigned long labelId, double value) const {
 
 void KivClConsoleUI::formatBool(unsigned long labelId, bool value) const {
     formatBool(KivClMessage(catalog_, labelId).getText(), value);
+}
+
+void KivClConsoleUI::dump(const char* label, const char* data, unsigned length) const {
+    formatHeader(label);
+    const unsigned row = KivClStrepHexDump::BYTES_PER_LINE;
+    for (unsigned offset = 0; data != nullptr && offset < length; offset += row) {
+        const unsigned count = length - offset < row ? length - offset : row;
+        out() << LABEL_INDENT << KivClStrepHexDump(offset, data + offset, count).getAsCString() << '\n';
+    }
+}
+
+void KivClConsoleUI::dump(unsigned long labelId, const char* data, unsigned length) const {
+    dump(KivClMessage(catalog_, labelId).getText(), data, length);
 }
 
 // ---- Error records ----

@@ -194,6 +194,13 @@ TEST(ConsoleUIFormat, HeadersBarsAndProgress) {
     ui.beep();
     EXPECT_EQ(tool.text(), "\n  Section\n  " + dashes.substr(2) + "\n" + dashes + "\n\n\n###\a");
 
+    ui.dump("Data", "ABCDEFGHIJKLMNOP\x7f\n\0z", 20);
+    ui.dump(189UL, "", 0);
+    EXPECT_EQ(tool.text(), "\n  Data\n  " + dashes.substr(2) + "\n" +
+                               "  00000000: 41 42 43 44 45 46 47 48  49 4A 4B 4C 4D 4E 4F 50 | ABCDEFGHIJKLMNOP\n"
+                               "  00000010: 7F 0A 00 7A __ __ __ __  __ __ __ __ __ __ __ __ | ...z____________\n"
+                               "\n  Bytes\n  " + dashes.substr(2) + "\n");
+
     ui.progressStart();
     for (int i = 0; i < 5; ++i) ui.progressStep(i == 4 ? nullptr : "t");
     ui.progressStop();
