@@ -58,7 +58,9 @@ class KivClConsoleUIParams;
 
 class KivClConsoleUI {
 public:
-    enum KivEnFormatStyle {
+    // A fixed underlying type keeps any stored value defined; values other
+    // than these three write no label.
+    enum KivEnFormatStyle : int {
         KivEnFormatStyleLeft = 0,    // label, then fill characters
         KivEnFormatStyleRight = 1,   // blanks, then the label
         KivEnFormatStyleCenter = 2   // label centred with blanks
