@@ -33,8 +33,12 @@
 //       //  "tool -x" -> "Unknown command line argument: -x", usage, exit 201
 //       long n = 0;
 //       ui.reqArgNumval("n", n);        // "tool -n 12" -> n == 12
-//       ui.format("Count", n);           // "  Count.......(dots to col 38): 12"
+//       ui.format("Count", n);
+//       //  -> "  Count...............................: 12"
 //   }
+//
+// Call init first: every operation but construction, getUsage and
+// processExit needs the settings it creates.
 //
 // Warning: init, handleUsageHelp, the reqArg... and hasArg... queries,
 // fatal, processExit and the displays with an exit flag may end the process;

@@ -7,6 +7,7 @@
 
 #include "consoleui_tool.hpp"
 #include "kiv_consoleui.hpp"
+#include "kiv_test_support.hpp"
 
 namespace {
 
@@ -268,10 +269,36 @@ TEST(ConsoleUIOutput, MessageBlocksOfEveryKind) {
                  7}});
 }
 
+// A tool catalog that holds its own message 1 and, from number 100 on, a
+// translation of the library texts the checks below need.
+TEST(ConsoleUICatalog, TranslatedLibraryTextsFollowTheMessageBase) {
+    kivtest::TempDir dir;
+    kivtest::writeFile(dir.file("tool.msg"),
+                       "$set 1\n1 TOOL\n103 JA\n108 ab\n109 copyright\n110 still\n"
+                       "114 Fehler\n117 Aufruf\n123 Unbekanntes Argument\n");
+    const kivtest::ChildResult made =
+        kivtest::runShell("gencat " + dir.file("tool.cat") + " " + dir.file("tool.msg"));
+    ASSERT_EQ(made.exitCode, 0) << made.err;
+    const kivtest::ChildResult result = kivtest::runInChild([&dir] {
+        conuitest::useNeutralEnvironment();
+        conuitest::Argv args({"-y"});
+        KivClConsoleUI ui(args.argc(), args.argv(), KivClFilename(dir.file("tool.msg").c_str()), 100);
+        ui.init(nullptr, nullptr, nullptr, nullptr);
+        ui.setFormatWidth(1);
+        ui.formatBool("L", true);
+        ui.handleUsageHelp("[-x]", nullptr);
+        return 0;
+    });
+    ASSERT_TRUE(result.exited);
+    EXPECT_EQ(result.exitCode, 201);
+    EXPECT_EQ(result.out, "  L: JA\n\nAufruf: ktrc [-a|-b|-copyright] [-still]\n             [-x]\n\n\a");
+    EXPECT_EQ(result.err, block("Fehler", "Unbekanntes Argument: -y"));
+}
+
 TEST(ConsoleUIDisplays, HelpTitleAndEmptyUsage) {
     expectRuns({{"displays", {},
                  [](KivClConsoleUI& ui) {
-                     ui.init(nullptr, nullptr, nullptr, nullptr);
+                     ui.init(150UL, 0UL, nullptr, nullptr);  // "Trace Controller"
                      ui.displayTitle(nullptr, nullptr);
                      ui.displayTitle(nullptr, "only sub");
                      ui.displayUsage(false);
@@ -279,6 +306,7 @@ TEST(ConsoleUIDisplays, HelpTitleAndEmptyUsage) {
                      ui.displayUsageHelp("(-a <x>)", "line\n@\nnext", false);
                      return 0;
                  },
+                 "\nktrc - Trace Controller\n"
                  "   only sub\n"
                  "\nUsage: ktrc [-h|-H|-?|-copyright] [-quiet]\n            \n"
                  "    Sorry, no additional help available\n"
