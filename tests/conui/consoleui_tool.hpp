@@ -5,6 +5,7 @@
 #ifndef CONSOLEUI_TOOL_HPP
 #define CONSOLEUI_TOOL_HPP
 
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -66,16 +67,32 @@ inline void feedStandardInput(const std::string& input) {
     ::close(fds[0]);
 }
 
-inline kivtest::ChildResult runTool(const std::vector<std::string>& arguments,
-                                    const std::function<int(KivClConsoleUI&)>& body,
-                                    const std::string& input = "") {
-    return kivtest::runInChild([&] {
-        useNeutralEnvironment();
-        feedStandardInput(input);
-        Argv args(arguments);
-        KivClConsoleUI ui(args.argc(), args.argv());
-        return body(ui);
-    });
+// One run of a tool and what it must write and return.
+struct ToolRun {
+    std::string what;
+    std::vector<std::string> arguments;
+    std::function<int(KivClConsoleUI&)> body;
+    std::string out;
+    std::string err;
+    int exitCode;
+    std::string input = {};
+};
+
+inline void expectRuns(const std::vector<ToolRun>& runs) {
+    for (const ToolRun& run : runs) {
+        SCOPED_TRACE(run.what);
+        const kivtest::ChildResult result = kivtest::runInChild([&run] {
+            useNeutralEnvironment();
+            feedStandardInput(run.input);
+            Argv args(run.arguments);
+            KivClConsoleUI ui(args.argc(), args.argv());
+            return run.body(ui);
+        });
+        ASSERT_TRUE(result.exited);
+        EXPECT_EQ(result.exitCode, run.exitCode);
+        EXPECT_EQ(result.out, run.out);
+        EXPECT_EQ(result.err, run.err);
+    }
 }
 
 }  // namespace conuitest

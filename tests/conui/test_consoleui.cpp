@@ -13,7 +13,7 @@ namespace {
 
 using conuitest::bar;
 using conuitest::block;
-using conuitest::runTool;
+using conuitest::expectRuns;
 
 // The usage display of a tool "ktrc" with the trace controller's usage
 // string: every usage line starts in column 13.
@@ -92,26 +92,6 @@ int traceTool(KivClConsoleUI& ui) {
 
 std::string fatalBlock(const std::string& line) { return block("A fatal error occurred", line); }
 std::string errorBlock(const std::string& line) { return block("An error occurred", line); }
-
-struct ToolRun {
-    const char* what;
-    std::vector<std::string> arguments;
-    std::function<int(KivClConsoleUI&)> body;
-    std::string out;
-    std::string err;
-    int exitCode;
-};
-
-void expectRuns(const std::vector<ToolRun>& runs) {
-    for (const ToolRun& run : runs) {
-        SCOPED_TRACE(run.what);
-        const kivtest::ChildResult result = runTool(run.arguments, run.body);
-        ASSERT_TRUE(result.exited);
-        EXPECT_EQ(result.exitCode, run.exitCode);
-        EXPECT_EQ(result.out, run.out);
-        EXPECT_EQ(result.err, run.err);
-    }
-}
 
 TEST(ConsoleUICommandLine, UsageHelpAndEveryFailureEndTheToolWithItsCode) {
     const std::string usageExit = TRACE_USAGE_DISPLAY + "\n\a";

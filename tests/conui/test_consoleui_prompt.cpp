@@ -16,32 +16,20 @@ using conuitest::block;
 
 std::string invalid(const std::string& why) { return block("An error occurred", "Invalid value specified: " + why); }
 
-struct PromptRun {
-    const char* input;
-    std::function<std::string(const KivClConsoleUI&)> ask;
-    std::string out;
-    std::string answer;
-};
+using Ask = std::function<std::string(const KivClConsoleUI&)>;
 
-void expectPrompts(const PromptRun* begin, const PromptRun* end) {
-    for (const PromptRun* run = begin; run != end; ++run) {
-        SCOPED_TRACE(run->input);
-        const kivtest::ChildResult result = conuitest::runTool(
-            {},
-            [run](KivClConsoleUI& ui) {
-                ui.init(nullptr, nullptr, nullptr, nullptr);
-                std::cerr << run->ask(ui);
-                return 0;
-            },
-            run->input);
-        ASSERT_TRUE(result.exited);
-        EXPECT_EQ(result.exitCode, 0);
-        EXPECT_EQ(result.out, run->out);
-        EXPECT_EQ(result.err, run->answer);
-    }
+// A tool that asks once (or as ask says) and writes the answer on standard
+// error; input is its standard input.
+conuitest::ToolRun run(const char* input, const Ask& ask, const std::string& out, const std::string& answer) {
+    auto body = [ask](KivClConsoleUI& ui) {
+        ui.init(nullptr, nullptr, nullptr, nullptr);
+        std::cerr << ask(ui);
+        return 0;
+    };
+    return {input, {}, body, out, answer, 0, input};
 }
 
-std::function<std::string(const KivClConsoleUI&)> numval(long minimum, long maximum, long fallback) {
+Ask numval(long minimum, long maximum, long fallback) {
     return [=](const KivClConsoleUI& ui) {
         return std::to_string(ui.promptNumval("Count", minimum, maximum, fallback));
     };
@@ -56,17 +44,16 @@ TEST(ConsoleUIPrompt, NumbersTakeDefaultsAndAskAgainUntilValid) {
     const std::string p = numPrompt(1, 10, 5);
     const std::string number = invalid("Please enter a numeric value");
     const std::string limits = invalid("Please enter a value within limits");
-    const PromptRun runs[] = {
-        {"\n", numval(1, 10, 5), p, "5"},
-        {"", numval(1, 10, 5), p, "5"},
-        {"0\n7\n", numval(1, 10, 5), p + limits + p, "7"},
-        {"abc\n+4\n3\n", numval(1, 10, 5), p + number + p + number + p, "3"},
-        {"7xyz\n", numval(1, 10, 5), p, "7"},
-        {"-3\n", numval(-5, 5, 0), numPrompt(-5, 5, 0), "-3"},
-        {"99\n", numval(1, 10, 50), numPrompt(1, 10, 50) + limits + numPrompt(1, 10, 50), "10"},
-        {"", numval(1, 10, -50), numPrompt(1, 10, -50), "1"},
-    };
-    expectPrompts(std::begin(runs), std::end(runs));
+    conuitest::expectRuns({
+        run("\n", numval(1, 10, 5), p, "5"),
+        run("", numval(1, 10, 5), p, "5"),
+        run("0\n7\n", numval(1, 10, 5), p + limits + p, "7"),
+        run("abc\n+4\n3\n", numval(1, 10, 5), p + number + p + number + p, "3"),
+        run("7xyz\n", numval(1, 10, 5), p, "7"),
+        run("-3\n", numval(-5, 5, 0), numPrompt(-5, 5, 0), "-3"),
+        run("99\n", numval(1, 10, 50), numPrompt(1, 10, 50) + limits + numPrompt(1, 10, 50), "10"),
+        run("", numval(1, 10, -50), numPrompt(1, 10, -50), "1"),
+    });
 }
 
 TEST(ConsoleUIPrompt, YesNoLooksAtTheFirstLetterOnly) {
@@ -78,15 +65,14 @@ TEST(ConsoleUIPrompt, YesNoLooksAtTheFirstLetterOnly) {
     const std::string qNo = bar() + " Go on (Y/N):\n (default: N): ";
     const std::string qYes = bar() + " Go on (Y/N):\n (default: Y): ";
     const std::string use = invalid("Please use: Y/N");
-    const PromptRun runs[] = {
-        {"\n", yesNo(false), qNo, "no"},
-        {"y\n", yesNo(false), qNo, "yes"},
-        {"Yes please\n", yesNo(false), qNo, "yes"},
-        {"maybe\nn\n", yesNo(true), qYes + use + qYes, "no"},
-        {"", yesNo(true), qYes, "yes"},
-        {"x\n", yesNo(false), qNo + use + qNo, "no"},
-    };
-    expectPrompts(std::begin(runs), std::end(runs));
+    conuitest::expectRuns({
+        run("\n", yesNo(false), qNo, "no"),
+        run("y\n", yesNo(false), qNo, "yes"),
+        run("Yes please\n", yesNo(false), qNo, "yes"),
+        run("maybe\nn\n", yesNo(true), qYes + use + qYes, "no"),
+        run("", yesNo(true), qYes, "yes"),
+        run("x\n", yesNo(false), qNo + use + qNo, "no"),
+    });
 }
 
 TEST(ConsoleUIPrompt, StringsAndKeysReadOneLineEach) {
@@ -108,19 +94,18 @@ TEST(ConsoleUIPrompt, StringsAndKeysReadOneLineEach) {
     const std::string withDefault = bar() + " Name:\n (default: anon): ";
     const std::string plain = bar() + " Name:\n ";
     const std::string longLine = std::string(100, 'x') + "\nnext\n";
-    const PromptRun runs[] = {
-        {"\n", text("anon"), withDefault, "anon"},
-        {"", text("anon"), withDefault, "anon"},
-        {"\n", text(nullptr), plain, ""},
-        {"  \n", text("anon"), withDefault, "  "},
-        {"bob", text("anon"), withDefault, "bob"},
-        {longLine.c_str(), twice, plain + plain, std::string(80, 'x') + "|next"},
-        {"anything\nbob\n", afterKey, " === Press <ENTER> to continue ===\n" + plain, "bob"},
-        {"\n", hinted,
+    conuitest::expectRuns({
+        run("\n", text("anon"), withDefault, "anon"),
+        run("", text("anon"), withDefault, "anon"),
+        run("\n", text(nullptr), plain, ""),
+        run("  \n", text("anon"), withDefault, "  "),
+        run("bob", text("anon"), withDefault, "bob"),
+        run(longLine.c_str(), twice, plain + plain, std::string(80, 'x') + "|next"),
+        run("anything\nbob\n", afterKey, " === Press <ENTER> to continue ===\n" + plain, "bob"),
+        run("\n", hinted,
          bar() + " Q (h):\n (default: d): " + bar() + " === Press any key to continue ===:\n (default: d): ",
-         "d"},
-    };
-    expectPrompts(std::begin(runs), std::end(runs));
+         "d"),
+    });
 }
 
 }  // namespace
