@@ -44,6 +44,13 @@ char* copyText(const char* text) {
     return copy;
 }
 
+// Destroys settings made by init and returns their block.
+void releaseParams(KivClConsoleUIParams* params) {
+    if (params == nullptr) return;
+    params->~KivClConsoleUIParams();
+    kivFree(params);
+}
+
 // A switch name made of one character (with a leading hyphen when asked).
 struct CharName {
     CharName(char c, bool hyphen) {
@@ -67,9 +74,7 @@ KivClConsoleUIParams::KivClConsoleUIParams(const char* argv0)
     const char* name = argv0 != nullptr ? argv0 : "";
     const char* slash = std::strrchr(name, '/');
     if (slash != nullptr) name = slash + 1;
-    kivStrCopyUntil(processName_, name, '\0', sizeof processName_);
-    char* dot = std::strchr(processName_, '.');
-    if (dot != nullptr) *dot = '\0';
+    kivStrCopyUntil(processName_, name, '.', sizeof processName_);
     processNameLength_ = static_cast<unsigned>(std::strlen(processName_));
 }
 
@@ -127,11 +132,8 @@ KivClConsoleUI::KivClConsoleUI(int argc, const char** argv, const KivClFilename&
 
 KivClConsoleUI::~KivClConsoleUI() {
     argv_ = nullptr;
-    if (params_ != nullptr) {
-        params_->~KivClConsoleUIParams();
-        kivFree(params_);
-        params_ = nullptr;
-    }
+    releaseParams(params_);
+    params_ = nullptr;
 }
 
 KivClMessageCatalog& KivClConsoleUI::getMessageCatalog() { return catalog_; }
@@ -169,10 +171,7 @@ void KivClConsoleUI::init(const char* title, const char* subtitle, const char* l
     void* block = kivMalloc(sizeof(KivClConsoleUIParams));
     KivClConsoleUIParams* fresh =
         new (block) KivClConsoleUIParams(argc_ > 0 && argv_ != nullptr ? argv_[0] : nullptr);
-    if (params_ != nullptr) {
-        params_->~KivClConsoleUIParams();
-        kivFree(params_);
-    }
+    releaseParams(params_);
     params_ = fresh;
     prepareCatalog();
     handleBuiltInSwitches(title, subtitle, level, date);
