@@ -6,10 +6,13 @@
 //
 // Built-in switches of every tool: "-h", "-H" or "-?" (usage and help, exit
 // 201), "-copyright" (copyright display, exit 201) and "-quiet" (output and
-// error streams of the UI go to /dev/null).
+// error streams of the UI go to /dev/null). "-copyright" and "-quiet" are
+// recognised only while the catalog can deliver messages (a catalog file is
+// open or a string table answers).
 //
 // Failure policy: command-line errors never return to the tool. Each writes
-// its report to standard error and ends the process through exit():
+// its report to standard error (usage and help go to standard output) and
+// ends the process through exit():
 //   201  after the usage display that follows unknown, forbidden or repeated
 //        entries or a missing switch, after the help and the copyright display
 //   202  a required switch is missing and no usage string is set
