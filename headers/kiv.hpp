@@ -14,6 +14,7 @@
 #include "kiv_inifilesave.hpp"
 #include "kiv_match.hpp"
 #include "kiv_memmgr.hpp"
+#include "kiv_mempool.hpp"
 #include "kiv_msgcat.hpp"
 #include "kiv_msgtable.hpp"
 #include "kiv_persistency.hpp"
