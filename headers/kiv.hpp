@@ -5,6 +5,7 @@
 #include "kiv_argv.hpp"
 #include "kiv_bitarray.hpp"
 #include "kiv_cursor.hpp"
+#include "kiv_directory.hpp"
 #include "kiv_envvar.hpp"
 #include "kiv_error.hpp"
 #include "kiv_exception.hpp"
