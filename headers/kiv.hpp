@@ -6,6 +6,7 @@
 #include "kiv_bitarray.hpp"
 #include "kiv_cursor.hpp"
 #include "kiv_directory.hpp"
+#include "kiv_dll.hpp"
 #include "kiv_envvar.hpp"
 #include "kiv_error.hpp"
 #include "kiv_exception.hpp"
