@@ -18,6 +18,7 @@
 #include "kiv_memmgr.hpp"
 #include "kiv_mempool.hpp"
 #include "kiv_msgcat.hpp"
+#include "kiv_msgcatproxy.hpp"
 #include "kiv_msgtable.hpp"
 #include "kiv_persistency.hpp"
 #include "kiv_process.hpp"
