@@ -130,6 +130,7 @@ TEST(Directory, ConstructorsExpandRelativePaths) {
         {"../x", parent + "x/", 0},
         {"sub/./deeper/..", here + "sub/", 0},
         {"/a/./b/", "/a/b/", 0},
+        {"\\a\\.\\b", "/a/b/", 0},
         {"/a/b/../../c", "/c/", 0},
         {"/../x", "", KIV_ERRID_DIRECTORY_EXPANSION_FAILED},
         {"/a/../../x/", "", KIV_ERRID_DIRECTORY_EXPANSION_FAILED},
