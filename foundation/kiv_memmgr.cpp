@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "foundation/kiv_memgrow.hpp"
+
 void* KivClMemoryManager::systemAllocator(unsigned int size) { return std::malloc(size); }
 
 void* KivClMemoryManager::systemReallocator(void* pointer, unsigned int size) {
@@ -44,6 +46,13 @@ void* allocateOrThrow(uint64_t size) {
 
 }  // namespace
 
+void* kivGrowBlock(void* block, size_t keptBytes, size_t newSize) {
+    void* grown = kivMalloc(newSize);
+    if (keptBytes > 0) std::memcpy(grown, block, keptBytes);
+    kivFree(block);
+    return grown;
+}
+
 bool KivClMemoryManager::hasUserDefinedMgr() {
     return cv_pfuAllocatorCallback != &KivClMemoryManager::systemAllocator;
 }
@@ -79,15 +88,18 @@ void KivClMemoryManager::free(void* pointer) {
     if (pointer != nullptr) cv_pfuDeallocatorCallback(pointer);
 }
 
-void KivClMemoryManager::setNewMemoryManager(KivPfuAllocator allocator,
+bool KivClMemoryManager::setNewMemoryManager(KivPfuAllocator allocator,
                                              KivPfuReallocator reallocator,
                                              KivPfuDeallocator deallocator) {
+    // Without these two the next allocation or free would jump to null.
+    if (allocator == nullptr || deallocator == nullptr) return false;
     cv_pfuAllocatorCallback = allocator;
     cv_pfuReallocatorCallback = reallocator;
     cv_pfuDeallocatorCallback = deallocator;
     if (reallocator == nullptr && !hasUserDefinedMgr()) {
         cv_pfuReallocatorCallback = &KivClMemoryManager::systemReallocator;
     }
+    return true;
 }
 
 extern "C" void* kivMalloc(size_t size) { return allocateOrThrow(size); }
@@ -113,7 +125,42 @@ extern "C" void* kivRealloc(void* pointer, size_t size) {
 
 extern "C" void kivFree(void* pointer) { KivClMemoryManager::free(pointer); }
 
-extern "C" void kivSetNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,
+extern "C" bool kivSetNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,
                                        KivPfuDeallocator deallocator) {
-    KivClMemoryManager::setNewMemoryManager(allocator, reallocator, deallocator);
+    return KivClMemoryManager::setNewMemoryManager(allocator, reallocator, deallocator);
+}
+
+namespace {
+
+// Hooks written against size_t, called through the 32-bit hook types.
+KivPfuSizeAllocator gSizeAllocator = nullptr;
+KivPfuSizeReallocator gSizeReallocator = nullptr;
+
+void* callSizeAllocator(unsigned int size) { return gSizeAllocator(size); }
+void* callSizeReallocator(void* pointer, unsigned int size) {
+    return gSizeReallocator(pointer, size);
+}
+
+}  // namespace
+
+bool kivSetNewMemoryManager(KivPfuSizeAllocator allocator, KivPfuSizeReallocator reallocator,
+                            KivPfuDeallocator deallocator) {
+    if (allocator == nullptr || deallocator == nullptr) return false;
+    // The system library's own functions become the built-in system hooks,
+    // so that they count as the system allocator.
+    KivPfuAllocator allocatorHook = &KivClMemoryManager::systemAllocator;
+    if (allocator != &std::malloc) {
+        gSizeAllocator = allocator;
+        allocatorHook = &callSizeAllocator;
+    }
+    KivPfuReallocator reallocatorHook = nullptr;
+    if (reallocator == &std::realloc) {
+        reallocatorHook = &KivClMemoryManager::systemReallocator;
+    } else if (reallocator != nullptr) {
+        gSizeReallocator = reallocator;
+        reallocatorHook = &callSizeReallocator;
+    }
+    KivPfuDeallocator deallocatorHook =
+        deallocator == &std::free ? &KivClMemoryManager::systemDeallocator : deallocator;
+    return KivClMemoryManager::setNewMemoryManager(allocatorHook, reallocatorHook, deallocatorHook);
 }

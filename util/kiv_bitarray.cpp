@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 
+#include "foundation/kiv_memgrow.hpp"
 #include "kiv_memmgr.hpp"
 
 namespace {
@@ -40,9 +41,9 @@ OwnedBytes readStorage(std::istream& in, size_t total) {
     while (have < total) {
         if (have == capacity) {
             capacity = std::min(total, capacity * 2);
-            unsigned char* grown = static_cast<unsigned char*>(kivRealloc(buffer.get(), capacity));
+            void* grown = kivGrowBlock(buffer.get(), have, capacity);
             buffer.release();
-            buffer.reset(grown);
+            buffer.reset(static_cast<unsigned char*>(grown));
         }
         const size_t want = capacity - have;
         in.read(reinterpret_cast<char*>(buffer.get() + have), static_cast<std::streamsize>(want));
