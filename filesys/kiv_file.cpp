@@ -50,10 +50,21 @@ bool copyBytes(int in, int out) {
     }
 }
 
-// Empties out, gives it the mode of source when one is given, and copies in.
+// Gives out the mode of source when one is given, then empties it and
+// copies in. The mode comes first, so that a target whose mode cannot be
+// changed keeps its contents.
 bool replaceContents(int in, int out, const struct stat* source) {
-    return ::ftruncate(out, 0) == 0 && (source == nullptr || ::fchmod(out, source->st_mode & 07777) == 0) &&
+    return (source == nullptr || ::fchmod(out, source->st_mode & 07777) == 0) && ::ftruncate(out, 0) == 0 &&
            copyBytes(in, out);
+}
+
+// Opens the copy target, creating it when missing; created tells whether
+// this call created it. -1 on failure.
+int openTarget(const char* name, struct stat& info, bool& created) {
+    const int fd = openRegular(name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, info);
+    created = fd >= 0;
+    if (fd >= 0 || errno != EEXIST) return fd;
+    return openRegular(name, O_RDWR | O_NOFOLLOW, info);
 }
 
 // Appends text of length characters to out at position used, within the
@@ -130,7 +141,11 @@ bool KivClFileABase::isRelativePath(const char* path) {
 }
 
 bool KivClFileABase::expandRelativePath(char* path) {
-    if (path == nullptr) return false;
+    return expandRelativePath(path, KivClFilenameABase::BUFFER_SIZE);
+}
+
+bool KivClFileABase::expandRelativePath(char* path, size_t size) {
+    if (path == nullptr || size == 0) return false;
     char out[KivClFilenameABase::BUFFER_SIZE];
     size_t used = 0;
     const char* rest = nullptr;
@@ -148,7 +163,7 @@ bool KivClFileABase::expandRelativePath(char* path) {
             if (!appendBounded(out, used, "/", 1) || !appendBounded(out, used, rest, length)) return false;
         }
     }
-    if (!appendBounded(out, used, "/", 1)) return false;
+    if (!appendBounded(out, used, "/", 1) || used >= size) return false;
     std::memcpy(path, out, used + 1);
     return true;
 }
@@ -227,7 +242,8 @@ bool KivClFile::copyTo(const KivClFilenameABase& target, bool copyPermissions) {
     }
     setError(KIV_ERRID_FILE_COULD_NOT_COPY, KIV_ERRCLASS_IO_WRITE_PROBLEM);
     struct stat existing;
-    const int out = openRegular(target, O_RDWR | O_CREAT | O_NOFOLLOW, existing);
+    bool created = false;
+    const int out = openTarget(target, existing, created);
     if (out >= 0) {
         // The target is truncated only once it is known to be another file
         // than the source, so that no alias of the source (a hard link, a
@@ -236,6 +252,8 @@ bool KivClFile::copyTo(const KivClFilenameABase& target, bool copyPermissions) {
         if (self) setError(KIV_ERRID_FILE_COULD_NOT_COPY_SELF, KIV_ERRCLASS_INCONSISTENT_SITUATION);
         const bool copied = !self && replaceContents(in, out, copyPermissions ? &source : nullptr);
         if (::close(out) == 0 && copied) clearError();
+        // A half-written file that did not exist before is not left behind.
+        if (created && error_.errorId != KIV_ERRID_NO_ERROR) ::unlink(target);
     }
     ::close(in);
     return error_.errorId == KIV_ERRID_NO_ERROR;
@@ -257,7 +275,16 @@ bool KivClFile::renameAs(const KivClFilenameABase& target) {
     return true;
 }
 
+bool KivClFile::isRegularFile(const char* name, bool executable) {
+    struct stat info;
+    return ::stat(name, &info) == 0 && S_ISREG(info.st_mode) && (!executable || ::access(name, X_OK) == 0);
+}
+
 bool KivClFile::determineFileInEnvVarPath(KivClFilename& name, const char* variable) const {
+    return searchEnvVarPath(name, variable, false);
+}
+
+bool KivClFile::searchEnvVarPath(KivClFilename& name, const char* variable, bool executable) const {
     const char* value = KivClEnvironmentVariableABase(variable).getValue();
     if (value == nullptr) return false;
     const KivClFilename filePart(name.getFilePart());
@@ -274,7 +301,7 @@ bool KivClFile::determineFileInEnvVarPath(KivClFilename& name, const char* varia
             name.setNewPath(directory);
             // A name cut at the length limit would name some other file.
             const bool whole = std::strcmp(name.getFilePart(), filePart.getAsCString()) == 0;
-            if (whole && name.isExistent()) return true;
+            if (whole && isRegularFile(name, executable)) return true;
         }
         entry = *end == ':' ? end + 1 : end;
     }

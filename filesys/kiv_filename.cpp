@@ -89,8 +89,15 @@ void KivClFilenameABase::init(const char* name) {
 
 void KivClFilenameABase::init(const char* path, const char* baseName,
                               const char* extension) {
+    // The arguments may point into this name: copy them before clearing it.
+    char pathCopy[BUFFER_SIZE];
+    char baseCopy[BUFFER_SIZE];
+    char extensionCopy[BUFFER_SIZE];
+    copyBounded(pathCopy, path, MAX_LENGTH);
+    copyBounded(baseCopy, baseName, MAX_LENGTH);
+    copyBounded(extensionCopy, extension, MAX_LENGTH);
     std::memset(buffer_, 0, sizeof buffer_);
-    size_t length = copyBounded(buffer_, path, MAX_LENGTH);
+    size_t length = copyBounded(buffer_, pathCopy, MAX_LENGTH);
     // The style is decided by the path alone.
     KivClPathProperty::init(buffer_);
     char separator = getSeparator();
@@ -98,13 +105,13 @@ void KivClFilenameABase::init(const char* path, const char* baseName,
         buffer_[length++] = separator;
         buffer_[length] = '\0';
     }
-    length += copyBounded(buffer_ + length, baseName, MAX_LENGTH - length);
+    length += copyBounded(buffer_ + length, baseCopy, MAX_LENGTH - length);
     if (extension != nullptr) {
-        if (extension[0] != '.' && length < MAX_LENGTH) {
+        if (extensionCopy[0] != '.' && length < MAX_LENGTH) {
             buffer_[length++] = '.';
             buffer_[length] = '\0';
         }
-        copyBounded(buffer_ + length, extension, MAX_LENGTH - length);
+        copyBounded(buffer_ + length, extensionCopy, MAX_LENGTH - length);
     }
     determineParts();
 }
@@ -138,12 +145,11 @@ bool KivClFilenameABase::matchesPath(const KivClFilenameABase& other) const {
 }
 
 bool KivClFilenameABase::matchesBase(const KivClFilenameABase& other) const {
-    // Equal lengths first, so that the comparison never runs on into an
-    // extension: base "a" must not match base "a.b" of "a.b.c".
-    unsigned long count = getBaseNameLength();
-    if (count != other.getBaseNameLength()) {
-        return false;
-    }
+    // The longer of the two lengths is compared, so the shorter base name is
+    // compared together with what follows it (its extension): "a" of "a.b"
+    // matches "a.b" of "a.b.c". Both texts are terminated, so the comparison
+    // stops at the end of the shorter name.
+    const unsigned long count = std::max(getBaseNameLength(), other.getBaseNameLength());
     if (style_ == KivEnPathStyleUnix) {
         return std::strncmp(baseName_, other.baseName_, count) == 0;
     }

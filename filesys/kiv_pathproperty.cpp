@@ -24,9 +24,9 @@ KivClPathProperty::KivClPathProperty(const char* name) : KivClPathProperty() {
 void KivClPathProperty::init(const char* name) {
     name_ = name != nullptr ? name : kEmptyText;
     determinePath();
-    // A bare \\server\share has an empty path proper; the prefix itself is
-    // DOS style, so it decides instead of the empty text.
-    style_ = getStyle(*pathStart_ != '\0' ? pathStart_ : name_);
+    // The path proper decides; a bare \\server\share, whose path proper is
+    // empty, is therefore Unix style.
+    style_ = getStyle(pathStart_);
 }
 
 void KivClPathProperty::determinePath() {

@@ -36,8 +36,8 @@ public:
     explicit KivClPathProperty(const char* name);
 
     // Stores name (null reads as ""), runs determinePath(), then sets the
-    // style to getStyle(pathStart), or getStyle(name) when the path proper
-    // is empty (a bare \\server\share is DOS style).
+    // style to getStyle(pathStart): the path proper decides, so a bare
+    // \\server\share (empty path proper) is Unix style.
     void init(const char* name);
     // pathStart = name, unless the name begins with two backslashes, a server
     // name of at least one character, a backslash and a share name: then
@@ -108,7 +108,8 @@ public:
     // Joins path, separator (of the path's style, added unless the path is
     // empty or already ends in it), baseName and, when extension is not null,
     // '.' (unless it begins with one) and extension; everything cut to 4096
-    // characters. An empty but given extension leaves a trailing '.'.
+    // characters. An empty but given extension leaves a trailing '.'. The
+    // arguments may point into this name (they are copied first).
     void init(const char* path, const char* baseName, const char* extension);
     // Recomputes length, then baseName: one past the last '/' of the path
     // proper, else one past its last backslash, else pathStart; then
@@ -120,8 +121,10 @@ public:
     // This name's path [pathStart, baseName) equals the first characters of
     // other's path proper; case-sensitive only in Unix style (this object's).
     bool matchesPath(const KivClFilenameABase& other) const;
-    // The base names (extensions excluded) are equal; case-sensitive only in
-    // Unix style.
+    // Compares as many characters from each base name as the longer base
+    // name holds; case-sensitive only in Unix style. The shorter name is
+    // therefore compared together with its extension: base "a" of "a.b"
+    // matches base "a.b" of "a.b.c".
     bool matchesBase(const KivClFilenameABase& other) const;
     // The extension equals ext, with or without its leading '.'; "" matches
     // a name without extension. Case-sensitive only in Unix style.
@@ -202,7 +205,8 @@ public:
     KivClFilename& operator=(const KivClFilename& other) = default;
     KivClFilename& operator=(const KivClFilenameABase& other);
 
-    // Becomes location + name, without extension handling.
+    // Becomes location + name, without extension handling; name may point
+    // into this object (f.setNew(KivClLocation("/backup"), f.getFilePart())).
     void setNew(const KivClLocation& location, const char* name);
     // Keeps the directory and replaces the file part by name.
     void setNewName(const char* name);
