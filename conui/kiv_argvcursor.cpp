@@ -73,8 +73,10 @@ bool KivClArgvCursor::matches(const char* name) const {
     return std::strcmp(getAsCString() + 1, name) == 0;
 }
 
+// Walks every entry with this class's own moves, so that a free-argument
+// cursor, whose moves skip switches, finds switches too.
 bool KivClArgvCursor::positionTo(const char* name) {
-    for (bool valid = setToFirst(); valid; valid = setToNext()) {
+    for (bool valid = KivClArgvCursor::setToFirst(); valid; valid = KivClArgvCursor::setToNext()) {
         if (matches(name)) return true;
     }
     return false;
@@ -132,7 +134,9 @@ bool KivClArgvCheckCursor::isFree() const { return isValid() && !isSwitch() && !
 // ---- KivClArgvFreeCursor ----
 
 KivClArgvFreeCursor::KivClArgvFreeCursor(int argc, const char** argv, const char* usage)
-    : KivClArgvCheckCursor(argc, argv, usage) {}
+    : KivClArgvCheckCursor(argc, argv, usage) {
+    nextFree();
+}
 
 KivClArgvFreeCursor::~KivClArgvFreeCursor() = default;
 
