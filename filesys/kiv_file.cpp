@@ -13,6 +13,7 @@
 #include "foundation/kiv_fdio.hpp"
 #include "kiv_envvar.hpp"
 #include "kiv_string.hpp"
+#include "util/kiv_bounded.hpp"
 
 namespace {
 
@@ -67,13 +68,11 @@ int openTarget(const char* name, struct stat& info, bool& created) {
     return openRegular(name, O_RDWR | O_NOFOLLOW, info);
 }
 
-// Appends text of length characters to out at position used, within the
-// 4096-character limit. False when it does not fit.
-bool appendBounded(char* out, size_t& used, const char* text, size_t length) {
+// Appends the length characters at text to out at position used, within
+// the 4096-character limit. False, with nothing appended, when they do not fit.
+bool appendWhole(char* out, size_t& used, const char* text, size_t length) {
     if (used + length > KivClFilenameABase::MAX_LENGTH) return false;
-    std::memcpy(out + used, text, length);
-    used += length;
-    out[used] = '\0';
+    used += kivCopyBounded(out + used, text, length);
     return true;
 }
 
@@ -112,7 +111,7 @@ bool writeExpansionStart(const char* path, char* out, size_t& used, const char*&
     if (start == nullptr) return true;
     size_t length = std::strlen(start);
     while (length > 0 && start[length - 1] == '/') --length;
-    return appendBounded(out, used, start, length);
+    return appendWhole(out, used, start, length);
 }
 
 }  // namespace
@@ -160,10 +159,10 @@ bool KivClFileABase::expandRelativePath(char* path, size_t size) {
                 return false;
             }
         } else if (!endsWith(rest, length, ".")) {
-            if (!appendBounded(out, used, "/", 1) || !appendBounded(out, used, rest, length)) return false;
+            if (!appendWhole(out, used, "/", 1) || !appendWhole(out, used, rest, length)) return false;
         }
     }
-    if (!appendBounded(out, used, "/", 1) || used >= size) return false;
+    if (!appendWhole(out, used, "/", 1) || used >= size) return false;
     std::memcpy(path, out, used + 1);
     return true;
 }

@@ -9,18 +9,9 @@
 
 #include "kiv_match.hpp"
 #include "kiv_string.hpp"
+#include "util/kiv_bounded.hpp"
 
 namespace {
-
-// Copies at most limit characters of source (stopping at its NUL) to
-// destination and terminates it; returns the number copied. Source may
-// overlap destination. A null source copies nothing.
-size_t copyBounded(char* destination, const char* source, size_t limit) {
-    size_t count = source != nullptr ? strnlen(source, limit) : 0;
-    std::memmove(destination, source != nullptr ? source : "", count);
-    destination[count] = '\0';
-    return count;
-}
 
 // Writes the characters [begin, end) to out, terminated.
 void copyRange(char* out, const char* begin, const char* end) {
@@ -48,7 +39,7 @@ KivClFilenameABase::KivClFilenameABase(const char* name) : KivClPathProperty() {
 
 KivClFilenameABase::KivClFilenameABase(const char* text, unsigned long length)
     : KivClPathProperty() {
-    copyBounded(buffer_, text, std::min<unsigned long>(length, MAX_LENGTH));
+    kivCopyBounded(buffer_, text, std::min<unsigned long>(length, MAX_LENGTH));
     KivClPathProperty::init(buffer_);
     determineParts();
 }
@@ -82,7 +73,7 @@ void KivClFilenameABase::rebaseFrom(const KivClFilenameABase& other) {
 }
 
 void KivClFilenameABase::init(const char* name) {
-    copyBounded(buffer_, name, MAX_LENGTH);
+    kivCopyBounded(buffer_, name, MAX_LENGTH);
     KivClPathProperty::init(buffer_);
     determineParts();
 }
@@ -93,11 +84,11 @@ void KivClFilenameABase::init(const char* path, const char* baseName,
     char pathCopy[BUFFER_SIZE];
     char baseCopy[BUFFER_SIZE];
     char extensionCopy[BUFFER_SIZE];
-    copyBounded(pathCopy, path, MAX_LENGTH);
-    copyBounded(baseCopy, baseName, MAX_LENGTH);
-    copyBounded(extensionCopy, extension, MAX_LENGTH);
+    kivCopyBounded(pathCopy, path, MAX_LENGTH);
+    kivCopyBounded(baseCopy, baseName, MAX_LENGTH);
+    kivCopyBounded(extensionCopy, extension, MAX_LENGTH);
     std::memset(buffer_, 0, sizeof buffer_);
-    size_t length = copyBounded(buffer_, pathCopy, MAX_LENGTH);
+    size_t length = kivCopyBounded(buffer_, pathCopy, MAX_LENGTH);
     // The style is decided by the path alone.
     KivClPathProperty::init(buffer_);
     char separator = getSeparator();
@@ -105,13 +96,13 @@ void KivClFilenameABase::init(const char* path, const char* baseName,
         buffer_[length++] = separator;
         buffer_[length] = '\0';
     }
-    length += copyBounded(buffer_ + length, baseCopy, MAX_LENGTH - length);
+    length += kivCopyBounded(buffer_ + length, baseCopy, MAX_LENGTH - length);
     if (extension != nullptr) {
         if (extensionCopy[0] != '.' && length < MAX_LENGTH) {
             buffer_[length++] = '.';
             buffer_[length] = '\0';
         }
-        copyBounded(buffer_ + length, extensionCopy, MAX_LENGTH - length);
+        kivCopyBounded(buffer_ + length, extensionCopy, MAX_LENGTH - length);
     }
     determineParts();
 }
@@ -232,12 +223,12 @@ bool KivClFilenameABase::isExistent() const {
 }
 
 void KivClFilenameABase::appendText(const char* text) {
-    length_ += static_cast<uint32_t>(copyBounded(buffer_ + length_, text, MAX_LENGTH - length_));
+    length_ += static_cast<uint32_t>(kivCopyBounded(buffer_ + length_, text, MAX_LENGTH - length_));
 }
 
 void KivClFilenameABase::replaceFilePart(const char* filePart) {
     size_t offset = static_cast<size_t>(baseName_ - buffer_);
-    copyBounded(baseName_, filePart, MAX_LENGTH - offset);
+    kivCopyBounded(baseName_, filePart, MAX_LENGTH - offset);
     length_ = static_cast<uint32_t>(std::strlen(buffer_));
     determineExtension();
 }
@@ -266,7 +257,7 @@ void KivClFilename::setNewName(const char* name) {
 
 void KivClFilename::setNewBaseName(const char* baseName) {
     char oldExtension[BUFFER_SIZE];
-    copyBounded(oldExtension, extension_, MAX_LENGTH);
+    kivCopyBounded(oldExtension, extension_, MAX_LENGTH);
     setNewName(baseName);
     setNewExtension(oldExtension);
 }
@@ -274,7 +265,7 @@ void KivClFilename::setNewBaseName(const char* baseName) {
 void KivClFilename::setNewExtension(const char* ext) {
     // ext may point into this name; take a copy before writing.
     char wanted[BUFFER_SIZE];
-    copyBounded(wanted, ext != nullptr && ext[0] == '.' ? ext + 1 : ext, MAX_LENGTH);
+    kivCopyBounded(wanted, ext != nullptr && ext[0] == '.' ? ext + 1 : ext, MAX_LENGTH);
     size_t offset = static_cast<size_t>(extension_ - buffer_);
     bool removing = ext == nullptr || ext[0] == '\0';
     if (removing || offset >= MAX_LENGTH) {
@@ -283,7 +274,7 @@ void KivClFilename::setNewExtension(const char* ext) {
         return;
     }
     extension_[0] = '.';
-    copyBounded(extension_ + 1, wanted, MAX_LENGTH - offset - 1);
+    kivCopyBounded(extension_ + 1, wanted, MAX_LENGTH - offset - 1);
     length_ = static_cast<uint32_t>(std::strlen(buffer_));
 }
 
@@ -291,8 +282,8 @@ void KivClFilename::setNewPath(const char* path) {
     // path may point into this name; both texts are copied before joining.
     char filePart[BUFFER_SIZE];
     char newPath[BUFFER_SIZE];
-    copyBounded(filePart, baseName_, MAX_LENGTH);
-    copyBounded(newPath, path, MAX_LENGTH);
+    kivCopyBounded(filePart, baseName_, MAX_LENGTH);
+    kivCopyBounded(newPath, path, MAX_LENGTH);
     init(newPath, filePart, nullptr);
 }
 

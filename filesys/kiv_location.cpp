@@ -6,26 +6,28 @@
 #include <algorithm>
 #include <cstring>
 
+#include "util/kiv_bounded.hpp"
+
 KivClLocation::KivClLocation() : KivClPathProperty(), length_(0) {
     buffer_[0] = '\0';
     KivClPathProperty::init(buffer_);
 }
 
 KivClLocation::KivClLocation(const char* path, bool normalize) : KivClPathProperty() {
-    assignText(path, MAX_LENGTH);
+    kivCopyBounded(buffer_, path, MAX_LENGTH);
     init(normalize);
 }
 
 KivClLocation::KivClLocation(const char* text, unsigned long length, bool normalize)
     : KivClPathProperty() {
-    assignText(text, std::min<unsigned long>(length, MAX_LENGTH));
+    kivCopyBounded(buffer_, text, std::min<unsigned long>(length, MAX_LENGTH));
     init(normalize);
 }
 
 KivClLocation::KivClLocation(const KivClFilenameABase& name, bool normalize)
     : KivClPathProperty() {
-    assignText(name.getAsCString(),
-               static_cast<size_t>(name.getFilePart() - name.getAsCString()));
+    kivCopyBounded(buffer_, name.getAsCString(),
+                   static_cast<size_t>(name.getFilePart() - name.getAsCString()));
     init(normalize);
 }
 
@@ -45,17 +47,10 @@ KivClLocation& KivClLocation::operator=(const KivClLocation& other) {
 }
 
 KivClLocation& KivClLocation::operator=(const char* path) {
-    assignText(path, MAX_LENGTH);
+    // path may be a part of this location's own buffer.
+    kivCopyBounded(buffer_, path, MAX_LENGTH);
     init(false);
     return *this;
-}
-
-void KivClLocation::assignText(const char* text, size_t limit) {
-    // memmove: text may be a part of this location's own buffer.
-    size_t count = text != nullptr ? strnlen(text, limit) : 0;
-    std::memmove(buffer_, text != nullptr ? text : "", count);
-    buffer_[count] = '\0';
-    length_ = static_cast<uint32_t>(count);
 }
 
 void KivClLocation::init(bool normalize) {

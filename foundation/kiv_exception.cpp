@@ -10,6 +10,7 @@
 #include "kiv_string.hpp"
 
 #include "foundation/kiv_fdio.hpp"
+#include "util/kiv_bounded.hpp"
 
 KivClExceptionABase::~KivClExceptionABase() = default;
 
@@ -30,8 +31,7 @@ constexpr size_t REPORT_CAPACITY = 8192;
 class Report {
 public:
     Report& operator<<(const char* text) {
-        length_ += kivStrCopyUntil(text_ + length_, text != nullptr ? text : "", '\0',
-                                   REPORT_CAPACITY - length_);
+        kivAppendBounded(text_, length_, REPORT_CAPACITY, text);
         return *this;
     }
     Report& operator<<(unsigned long number) {

@@ -264,9 +264,6 @@ public:
     unsigned long getLength() const { return length_; }
 
 private:
-    // Copies at most limit characters of text into the buffer, terminated.
-    void assignText(const char* text, size_t limit);
-
     char buffer_[BUFFER_SIZE];
     uint32_t length_;
 };
