@@ -17,12 +17,18 @@
 
 namespace {
 
-// A time from stat as the 32-bit seconds the interface documents, clamped
-// rather than wrapped.
-uint32_t clampTime(time_t seconds) {
-    if (seconds < 0) return 0;
-    if (static_cast<unsigned long long>(seconds) > UINT32_MAX) return UINT32_MAX;
-    return static_cast<uint32_t>(seconds);
+// A size or time from stat as the 32-bit number the interface documents,
+// clamped rather than wrapped.
+uint32_t clampTo32(long long number) {
+    if (number < 0) return 0;
+    if (static_cast<unsigned long long>(number) > UINT32_MAX) return UINT32_MAX;
+    return static_cast<uint32_t>(number);
+}
+
+// One of the three times of name in seconds, 0 when stat fails.
+uint32_t timeOf(const char* name, timespec stat::*which) {
+    struct stat info;
+    return name != nullptr && ::stat(name, &info) == 0 ? clampTo32((info.*which).tv_sec) : 0;
 }
 
 // Opens a file for copying without blocking on a FIFO and checks that it is a
@@ -118,20 +124,11 @@ bool writeExpansionStart(const char* path, char* out, size_t& used, const char*&
 
 KivClFileABase::~KivClFileABase() = default;
 
-uint32_t KivClFileABase::getDateTimeOfCreation(const char* name) {
-    struct stat info;
-    return name != nullptr && ::stat(name, &info) == 0 ? clampTime(info.st_ctime) : 0;
-}
+uint32_t KivClFileABase::getDateTimeOfCreation(const char* name) { return timeOf(name, &stat::st_ctim); }
 
-uint32_t KivClFileABase::getDateTimeOfLastAccess(const char* name) {
-    struct stat info;
-    return name != nullptr && ::stat(name, &info) == 0 ? clampTime(info.st_atime) : 0;
-}
+uint32_t KivClFileABase::getDateTimeOfLastAccess(const char* name) { return timeOf(name, &stat::st_atim); }
 
-uint32_t KivClFileABase::getDateTimeOfLastModification(const char* name) {
-    struct stat info;
-    return name != nullptr && ::stat(name, &info) == 0 ? clampTime(info.st_mtime) : 0;
-}
+uint32_t KivClFileABase::getDateTimeOfLastModification(const char* name) { return timeOf(name, &stat::st_mtim); }
 
 bool KivClFileABase::isRelativePath(const char* path) {
     if (path == nullptr) return true;
@@ -180,7 +177,7 @@ KivClFile::operator const char*() const { return name_.getAsCString(); }
 
 const char* KivClFile::getAsCString() const { return name_.getAsCString(); }
 
-bool KivClFile::isExistent() const { return ::access(name_, F_OK) == 0; }
+bool KivClFile::isExistent() const { return name_.isExistent(); }
 
 bool KivClFile::isDirectory() const { return false; }
 
@@ -206,9 +203,7 @@ bool KivClFile::setReadOnly(bool readOnly) { return ::chmod(name_, readOnly ? 04
 
 uint32_t KivClFile::getFileSize() const {
     struct stat info;
-    if (::stat(name_, &info) != 0 || info.st_size < 0) return 0;
-    if (static_cast<unsigned long long>(info.st_size) > UINT32_MAX) return UINT32_MAX;
-    return static_cast<uint32_t>(info.st_size);
+    return ::stat(name_, &info) == 0 ? clampTo32(info.st_size) : 0;
 }
 
 const char* KivClFile::getFileType() const {

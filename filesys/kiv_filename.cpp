@@ -1,8 +1,6 @@
 // File names: analysis of the parts, comparisons, extraction and changes.
 #include "kiv_filename.hpp"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cctype>
 #include <cstring>
@@ -65,9 +63,7 @@ KivClFilenameABase& KivClFilenameABase::operator=(const KivClFilenameABase& othe
 void KivClFilenameABase::rebaseFrom(const KivClFilenameABase& other) {
     std::memcpy(buffer_, other.buffer_, other.length_ + 1);
     length_ = other.length_;
-    style_ = other.style_;
-    name_ = buffer_;
-    pathStart_ = buffer_ + (other.pathStart_ - other.name_);
+    rebaseOnto(buffer_, other);
     baseName_ = buffer_ + (other.baseName_ - other.buffer_);
     extension_ = buffer_ + (other.extension_ - other.buffer_);
 }
@@ -91,11 +87,7 @@ void KivClFilenameABase::init(const char* path, const char* baseName,
     size_t length = kivCopyBounded(buffer_, pathCopy, MAX_LENGTH);
     // The style is decided by the path alone.
     KivClPathProperty::init(buffer_);
-    char separator = getSeparator();
-    if (length > 0 && length < MAX_LENGTH && buffer_[length - 1] != separator) {
-        buffer_[length++] = separator;
-        buffer_[length] = '\0';
-    }
+    length = appendSeparator(buffer_, length, MAX_LENGTH);
     length += kivCopyBounded(buffer_ + length, baseCopy, MAX_LENGTH - length);
     if (extension != nullptr) {
         if (extensionCopy[0] != '.' && length < MAX_LENGTH) {
@@ -216,10 +208,6 @@ bool KivClFilenameABase::isStyleFAT_8_3() const {
         componentLength = c == '\\' ? 0 : componentLength + 1;
     }
     return true;
-}
-
-bool KivClFilenameABase::isExistent() const {
-    return access(buffer_, F_OK) == 0;
 }
 
 void KivClFilenameABase::appendText(const char* text) {

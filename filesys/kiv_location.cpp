@@ -1,8 +1,6 @@
 // Directory locations: text that always ends in its separator.
 #include "kiv_filename.hpp"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstring>
 
@@ -39,9 +37,7 @@ KivClLocation& KivClLocation::operator=(const KivClLocation& other) {
     if (this != &other) {
         std::memcpy(buffer_, other.buffer_, other.length_ + 1);
         length_ = other.length_;
-        style_ = other.style_;
-        name_ = buffer_;
-        pathStart_ = buffer_ + (other.pathStart_ - other.name_);
+        rebaseOnto(buffer_, other);
     }
     return *this;
 }
@@ -55,22 +51,11 @@ KivClLocation& KivClLocation::operator=(const char* path) {
 
 void KivClLocation::init(bool normalize) {
     KivClPathProperty::init(buffer_);
-    length_ = static_cast<uint32_t>(std::strlen(buffer_));
-    char separator = getSeparator();
-    // A text that already fills the buffer keeps its last character rather
-    // than losing it to the separator.
-    if (length_ > 0 && length_ < MAX_LENGTH && buffer_[length_ - 1] != separator) {
-        buffer_[length_++] = separator;
-        buffer_[length_] = '\0';
-    }
+    length_ = static_cast<uint32_t>(appendSeparator(buffer_, std::strlen(buffer_), MAX_LENGTH));
     if (normalize) {
         normalizePath(buffer_ + (pathStart_ - buffer_));
         style_ = getStyle(pathStart_);
     }
-}
-
-bool KivClLocation::isExistent() const {
-    return access(buffer_, F_OK) == 0;
 }
 
 bool KivClLocation::isRoot() const {

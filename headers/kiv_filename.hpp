@@ -72,6 +72,17 @@ public:
     bool hasServerPrefix() const { return pathStart_ != name_; }
 
 protected:
+    // access(name, F_OK) succeeds; the file-system question of the name and
+    // location classes.
+    bool isExistent() const;
+    // Takes other's analysis for text, a copy of other's name text: the
+    // style, and the path start at the same offset.
+    void rebaseOnto(const char* text, const KivClPathProperty& other);
+    // Appends the stored style's separator to text of length characters
+    // unless text is empty, already ends in it, or holds limit characters;
+    // returns the new length.
+    size_t appendSeparator(char* text, size_t length, size_t limit) const;
+
     const char* name_;
     const char* pathStart_;
     int32_t style_;
@@ -149,7 +160,7 @@ public:
     // the characters <>:;."|/* anywhere before the extension.
     bool isStyleFAT_8_3() const;
     // access(name, F_OK) succeeds.
-    bool isExistent() const;
+    using KivClPathProperty::isExistent;
 
     // The whole name text.
     operator const char*() const { return buffer_; }
@@ -255,7 +266,7 @@ public:
     void init(const char* name) = delete;
 
     // access(text, F_OK) succeeds.
-    bool isExistent() const;
+    using KivClPathProperty::isExistent;
     // Absolute and nothing but the root: "/" , "C:\" or "\\srv\share\".
     bool isRoot() const;
 
