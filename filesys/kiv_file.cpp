@@ -128,7 +128,9 @@ uint32_t KivClFileABase::getDateTimeOfCreation(const char* name) { return timeOf
 
 uint32_t KivClFileABase::getDateTimeOfLastAccess(const char* name) { return timeOf(name, &stat::st_atim); }
 
-uint32_t KivClFileABase::getDateTimeOfLastModification(const char* name) { return timeOf(name, &stat::st_mtim); }
+uint32_t KivClFileABase::getDateTimeOfLastModification(const char* name) {
+    return timeOf(name, &stat::st_mtim);
+}
 
 bool KivClFileABase::isRelativePath(const char* path) {
     if (path == nullptr) return true;

@@ -101,10 +101,10 @@ private:
     // Opens output on the file name when that is needed (see above).
     void openIfNeeded(std::ostream& output);
     // Writes text between double quotes, every character through saveChar
-    // and a double quote after a backslash, except that a hexadecimal digit right after a "\x" escape is written
-    // as a "\x" escape too: the loader reads every hexadecimal digit after
-    // "\x" as part of the number, so "\x01" followed by "a" would come back
-    // as the single character 0x1a.
+    // and a double quote after a backslash, except that a hexadecimal digit
+    // right after a "\x" escape is written as a "\x" escape too: the loader
+    // reads every hexadecimal digit after "\x" as part of the number, so
+    // "\x01" followed by "a" would come back as the single character 0x1a.
     void saveQuoted(std::ostream& output, const char* text) const;
     // Writes ch as "\x" and two lowercase hexadecimal digits.
     void saveHexEscape(std::ostream& output, char ch) const;

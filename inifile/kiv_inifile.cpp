@@ -282,7 +282,8 @@ bool KivClIniFile::deleteSection(const KivClIniFileSectionCursor& cursor) {
 }
 
 bool KivClIniFile::deleteOption(const char* section, const char* name) {
-    return changeFound(optionIn(findSection(section), name), [](KivClIniFileOption& option) { option.clear(); });
+    return changeFound(optionIn(findSection(section), name),
+                       [](KivClIniFileOption& option) { option.clear(); });
 }
 
 bool KivClIniFile::deleteOption(const KivClIniFileSectionCursor& cursor, const char* name) {

@@ -260,8 +260,8 @@ TEST(FilenameChange, ExtensionPathAndNames) {
         {"/a/f.txt", [](KivClFilename& f) { f.setNewExtension(f.getExtension()); }, "/a/f.txt"},
         {"/a/b/f.t", [](KivClFilename& f) { f.setNewPath(f.getPathStart() + 2); }, "/b/f.t/f.t"},
         {"/a/f.txt", [](KivClFilename& f) { f.setNewName(f.getFilePart()); }, "/a/f.txt"},
-        {"/a/p.txt", [](KivClFilename& f) { f.setNew(KivClLocation("/backup"), f.getFilePart()); }, "/backup/p.txt"},
-        {"/a/f.txt", [](KivClFilename& f) { f.init("/x", f.getFilePart(), f.getExtension() + 1); }, "/x/f.txt.txt"},
+        {"/a/p.txt", [](KivClFilename& f) { f.setNew(KivClLocation("/bak"), f.getFilePart()); }, "/bak/p.txt"},
+        {"/a/f.txt", [](KivClFilename& f) { f.init("/x", f.getFilePart(), f.getExtension()); }, "/x/f.txt.txt"},
         {"/a/f.txt", [](KivClFilename& f) { f.init(f.getName(), "g", f.getExtension()); }, "/a/f.txt/g.txt"},
     };
     for (const auto& [start, change, expected] : cases) {

@@ -153,7 +153,8 @@ TEST(IniSave, VariedModelsSaveAndLoadBackEqual) {
     }
     ASSERT_TRUE(loadText(typed, out.str()));
     ASSERT_TRUE(typed.getSection("T"));
-    EXPECT_EQ(entry(typed, "T", "text"), std::make_pair(std::string("v"), std::string("it's; a \"comment\"  ")));
+    EXPECT_EQ(entry(typed, "T", "text"),
+              std::make_pair(std::string("v"), std::string("it's; a \"comment\"  ")));
     bool flag = true;
     long number = 0;
     EXPECT_TRUE(typed.getOptionBool("flag", flag) && !flag);
