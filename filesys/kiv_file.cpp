@@ -45,9 +45,10 @@ int openRegular(const char* name, int flags, struct stat& info) {
     return fd;
 }
 
-// Copies everything from in to out. False on a read or write error.
+// Copies everything from in to out, a chunk of 1024 bytes at a time. False
+// on a read or write error.
 bool copyBytes(int in, int out) {
-    char chunk[65536];
+    char chunk[1024];
     for (;;) {
         const ssize_t got = ::read(in, chunk, sizeof chunk);
         if (got < 0 && errno == EINTR) continue;

@@ -24,16 +24,12 @@ KivPfuDeallocator KivClMemoryManager::cv_pfuDeallocatorCallback =
 
 namespace {
 
-// A request that does not fit the 32-bit hook size is reported with the
-// largest size, so that it reads as out of memory and never as zero size.
-unsigned int clampedSize(uint64_t size) {
-    return size > UINT32_MAX ? UINT32_MAX : static_cast<unsigned int>(size);
-}
-
 void* allocateOrThrow(uint64_t size) {
+    // A request that does not fit the 32-bit hook size is reported with the
+    // largest size, so that it reads as out of memory and never as zero size.
     if (size > UINT32_MAX) {
         KivClMemoryManager::outOfMemory(KivClMemoryManager::ALLOC_MODULE,
-                                        KivClMemoryManager::ALLOC_LINE, clampedSize(size));
+                                        KivClMemoryManager::ALLOC_LINE, UINT32_MAX);
     }
     void* block = KivClMemoryManager::cv_pfuAllocatorCallback(static_cast<unsigned int>(size));
     if (block == nullptr) {
@@ -118,7 +114,7 @@ extern "C" void* kivRealloc(void* pointer, size_t size) {
     // A missing reallocator is reported first, as for any size.
     if (size > UINT32_MAX && KivClMemoryManager::cv_pfuReallocatorCallback != nullptr) {
         KivClMemoryManager::outOfMemory(KivClMemoryManager::REALLOC_MODULE,
-                                        KivClMemoryManager::REALLOC_LINE, clampedSize(size));
+                                        KivClMemoryManager::REALLOC_LINE, UINT32_MAX);
     }
     return KivClMemoryManager::realloc(pointer, static_cast<unsigned int>(size));
 }
