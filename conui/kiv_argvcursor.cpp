@@ -9,26 +9,30 @@
 
 namespace {
 
-constexpr char EMPTY_USAGE[] = "";
-
-// The first switch item of usage named like the switch entry, if any: the
-// returned cursor is valid only when one was found.
-KivClUsageCursor findSwitchItem(const char* usage, const char* entry) {
+// The first item of usage for which wanted holds: the returned cursor is
+// valid only when one was found. Every usage question is one such walk.
+template <typename Predicate>
+KivClUsageCursor findItem(const char* usage, Predicate wanted) {
     KivClUsageCursor item(usage);
     for (bool found = item.setToFirst(); found; found = item.setToNext()) {
-        if (item.isSwitch() && item.matchesSwitch(entry)) break;
+        if (wanted(item)) break;
     }
     return item;
+}
+
+// The first switch item of usage named like the switch entry.
+KivClUsageCursor findSwitchItem(const char* usage, const char* entry) {
+    return findItem(usage, [entry](const KivClUsageCursor& item) {
+        return item.isSwitch() && item.matchesSwitch(entry);
+    });
 }
 
 // The usage string has an item outside every group that is no switch, and
 // so admits free arguments.
 bool admitsFreeArguments(const char* usage) {
-    KivClUsageCursor item(usage);
-    for (bool found = item.setToFirst(); found; found = item.setToNext()) {
-        if (!item.isSwitch() && item.getGroupDepth() == 0) return true;
-    }
-    return false;
+    return findItem(usage, [](const KivClUsageCursor& item) {
+               return !item.isSwitch() && item.getGroupDepth() == 0;
+           }).isValid();
 }
 
 }  // namespace
@@ -77,8 +81,10 @@ bool KivClArgvCursor::matches(const char* name) const {
     return std::strcmp(getAsCString() + 1, name) == 0;
 }
 
+// Walks every entry with this class's own moves, so that a free-argument
+// cursor, whose moves skip switches, finds switches too.
 bool KivClArgvCursor::positionTo(const char* name) {
-    for (bool valid = setToFirst(); valid; valid = setToNext()) {
+    for (bool valid = KivClArgvCursor::setToFirst(); valid; valid = KivClArgvCursor::setToNext()) {
         if (matches(name)) return true;
     }
     return false;
@@ -91,7 +97,7 @@ const char* KivClArgvCursor::entryAt(int index) const {
 // ---- KivClArgvCheckCursor ----
 
 KivClArgvCheckCursor::KivClArgvCheckCursor(int argc, const char** argv, const char* usage)
-    : KivClArgvCursor(argc, argv), usage_(usage != nullptr ? usage : EMPTY_USAGE) {}
+    : KivClArgvCursor(argc, argv), usage_(usage != nullptr ? usage : KivClUsageCursor::EMPTY_USAGE) {}
 
 KivClArgvCheckCursor::KivClArgvCheckCursor(const KivClConsoleUI& ui)
     : KivClArgvCheckCursor(ui.getArgCount(), ui.getArgValues(), ui.getUsage()) {}
@@ -127,11 +133,9 @@ bool KivClArgvCheckCursor::hasArg() const {
 bool KivClArgvCheckCursor::isTagged() const {
     const char* entry = getAsCString();
     if (entry == nullptr) return false;
-    KivClUsageCursor item(usage_);
-    for (bool found = item.setToFirst(); found; found = item.setToNext()) {
-        if (item.isTagged() && item.matches(entry)) return true;
-    }
-    return false;
+    return findItem(usage_, [entry](const KivClUsageCursor& item) {
+               return item.isTagged() && item.matches(entry);
+           }).isValid();
 }
 
 bool KivClArgvCheckCursor::isFree() const { return isValid() && !isSwitch() && !isBound(); }
@@ -139,7 +143,9 @@ bool KivClArgvCheckCursor::isFree() const { return isValid() && !isSwitch() && !
 // ---- KivClArgvFreeCursor ----
 
 KivClArgvFreeCursor::KivClArgvFreeCursor(int argc, const char** argv, const char* usage)
-    : KivClArgvCheckCursor(argc, argv, usage) {}
+    : KivClArgvCheckCursor(argc, argv, usage) {
+    nextFree();
+}
 
 KivClArgvFreeCursor::~KivClArgvFreeCursor() = default;
 

@@ -30,8 +30,6 @@ bool consumePrefix(const char*& usageText, const char* text) {
     return true;
 }
 
-constexpr char EMPTY_USAGE[] = "";
-
 }  // namespace
 
 KivClUsageCursor::KivClUsageCursor(const char* usage)

@@ -13,15 +13,22 @@
 #include "foundation/kiv_fdio.hpp"
 #include "kiv_envvar.hpp"
 #include "kiv_string.hpp"
+#include "util/kiv_bounded.hpp"
 
 namespace {
 
-// A time from stat as the 32-bit seconds the interface documents, clamped
-// rather than wrapped.
-uint32_t clampTime(time_t seconds) {
-    if (seconds < 0) return 0;
-    if (static_cast<unsigned long long>(seconds) > UINT32_MAX) return UINT32_MAX;
-    return static_cast<uint32_t>(seconds);
+// A size or time from stat as the 32-bit number the interface documents,
+// clamped rather than wrapped.
+uint32_t clampTo32(long long number) {
+    if (number < 0) return 0;
+    if (static_cast<unsigned long long>(number) > UINT32_MAX) return UINT32_MAX;
+    return static_cast<uint32_t>(number);
+}
+
+// One of the three times of name in seconds, 0 when stat fails.
+uint32_t timeOf(const char* name, timespec stat::*which) {
+    struct stat info;
+    return name != nullptr && ::stat(name, &info) == 0 ? clampTo32((info.*which).tv_sec) : 0;
 }
 
 // Opens a file for copying without blocking on a FIFO and checks that it is a
@@ -38,9 +45,10 @@ int openRegular(const char* name, int flags, struct stat& info) {
     return fd;
 }
 
-// Copies everything from in to out. False on a read or write error.
+// Copies everything from in to out, a chunk of 1024 bytes at a time. False
+// on a read or write error.
 bool copyBytes(int in, int out) {
-    char chunk[65536];
+    char chunk[1024];
     for (;;) {
         const ssize_t got = ::read(in, chunk, sizeof chunk);
         if (got < 0 && errno == EINTR) continue;
@@ -50,19 +58,28 @@ bool copyBytes(int in, int out) {
     }
 }
 
-// Empties out, gives it the mode of source when one is given, and copies in.
+// Gives out the mode of source when one is given, then empties it and
+// copies in. The mode comes first, so that a target whose mode cannot be
+// changed keeps its contents.
 bool replaceContents(int in, int out, const struct stat* source) {
-    return ::ftruncate(out, 0) == 0 && (source == nullptr || ::fchmod(out, source->st_mode & 07777) == 0) &&
+    return (source == nullptr || ::fchmod(out, source->st_mode & 07777) == 0) && ::ftruncate(out, 0) == 0 &&
            copyBytes(in, out);
 }
 
-// Appends text of length characters to out at position used, within the
-// 4096-character limit. False when it does not fit.
-bool appendBounded(char* out, size_t& used, const char* text, size_t length) {
+// Opens the copy target, creating it when missing; created tells whether
+// this call created it. -1 on failure.
+int openTarget(const char* name, struct stat& info, bool& created) {
+    const int fd = openRegular(name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, info);
+    created = fd >= 0;
+    if (fd >= 0 || errno != EEXIST) return fd;
+    return openRegular(name, O_RDWR | O_NOFOLLOW, info);
+}
+
+// Appends the length characters at text to out at position used, within
+// the 4096-character limit. False, with nothing appended, when they do not fit.
+bool appendWhole(char* out, size_t& used, const char* text, size_t length) {
     if (used + length > KivClFilenameABase::MAX_LENGTH) return false;
-    std::memcpy(out + used, text, length);
-    used += length;
-    out[used] = '\0';
+    used += kivCopyBounded(out + used, text, length);
     return true;
 }
 
@@ -101,26 +118,19 @@ bool writeExpansionStart(const char* path, char* out, size_t& used, const char*&
     if (start == nullptr) return true;
     size_t length = std::strlen(start);
     while (length > 0 && start[length - 1] == '/') --length;
-    return appendBounded(out, used, start, length);
+    return appendWhole(out, used, start, length);
 }
 
 }  // namespace
 
 KivClFileABase::~KivClFileABase() = default;
 
-uint32_t KivClFileABase::getDateTimeOfCreation(const char* name) {
-    struct stat info;
-    return name != nullptr && ::stat(name, &info) == 0 ? clampTime(info.st_ctime) : 0;
-}
+uint32_t KivClFileABase::getDateTimeOfCreation(const char* name) { return timeOf(name, &stat::st_ctim); }
 
-uint32_t KivClFileABase::getDateTimeOfLastAccess(const char* name) {
-    struct stat info;
-    return name != nullptr && ::stat(name, &info) == 0 ? clampTime(info.st_atime) : 0;
-}
+uint32_t KivClFileABase::getDateTimeOfLastAccess(const char* name) { return timeOf(name, &stat::st_atim); }
 
 uint32_t KivClFileABase::getDateTimeOfLastModification(const char* name) {
-    struct stat info;
-    return name != nullptr && ::stat(name, &info) == 0 ? clampTime(info.st_mtime) : 0;
+    return timeOf(name, &stat::st_mtim);
 }
 
 bool KivClFileABase::isRelativePath(const char* path) {
@@ -130,7 +140,11 @@ bool KivClFileABase::isRelativePath(const char* path) {
 }
 
 bool KivClFileABase::expandRelativePath(char* path) {
-    if (path == nullptr) return false;
+    return expandRelativePath(path, KivClFilenameABase::BUFFER_SIZE);
+}
+
+bool KivClFileABase::expandRelativePath(char* path, size_t size) {
+    if (path == nullptr || size == 0) return false;
     char out[KivClFilenameABase::BUFFER_SIZE];
     size_t used = 0;
     const char* rest = nullptr;
@@ -145,10 +159,10 @@ bool KivClFileABase::expandRelativePath(char* path) {
                 return false;
             }
         } else if (!endsWith(rest, length, ".")) {
-            if (!appendBounded(out, used, "/", 1) || !appendBounded(out, used, rest, length)) return false;
+            if (!appendWhole(out, used, "/", 1) || !appendWhole(out, used, rest, length)) return false;
         }
     }
-    if (!appendBounded(out, used, "/", 1)) return false;
+    if (!appendWhole(out, used, "/", 1) || used >= size) return false;
     std::memcpy(path, out, used + 1);
     return true;
 }
@@ -166,7 +180,7 @@ KivClFile::operator const char*() const { return name_.getAsCString(); }
 
 const char* KivClFile::getAsCString() const { return name_.getAsCString(); }
 
-bool KivClFile::isExistent() const { return ::access(name_, F_OK) == 0; }
+bool KivClFile::isExistent() const { return name_.isExistent(); }
 
 bool KivClFile::isDirectory() const { return false; }
 
@@ -192,9 +206,7 @@ bool KivClFile::setReadOnly(bool readOnly) { return ::chmod(name_, readOnly ? 04
 
 uint32_t KivClFile::getFileSize() const {
     struct stat info;
-    if (::stat(name_, &info) != 0 || info.st_size < 0) return 0;
-    if (static_cast<unsigned long long>(info.st_size) > UINT32_MAX) return UINT32_MAX;
-    return static_cast<uint32_t>(info.st_size);
+    return ::stat(name_, &info) == 0 ? clampTo32(info.st_size) : 0;
 }
 
 const char* KivClFile::getFileType() const {
@@ -227,7 +239,8 @@ bool KivClFile::copyTo(const KivClFilenameABase& target, bool copyPermissions) {
     }
     setError(KIV_ERRID_FILE_COULD_NOT_COPY, KIV_ERRCLASS_IO_WRITE_PROBLEM);
     struct stat existing;
-    const int out = openRegular(target, O_RDWR | O_CREAT | O_NOFOLLOW, existing);
+    bool created = false;
+    const int out = openTarget(target, existing, created);
     if (out >= 0) {
         // The target is truncated only once it is known to be another file
         // than the source, so that no alias of the source (a hard link, a
@@ -236,6 +249,8 @@ bool KivClFile::copyTo(const KivClFilenameABase& target, bool copyPermissions) {
         if (self) setError(KIV_ERRID_FILE_COULD_NOT_COPY_SELF, KIV_ERRCLASS_INCONSISTENT_SITUATION);
         const bool copied = !self && replaceContents(in, out, copyPermissions ? &source : nullptr);
         if (::close(out) == 0 && copied) clearError();
+        // A half-written file that did not exist before is not left behind.
+        if (created && error_.errorId != KIV_ERRID_NO_ERROR) ::unlink(target);
     }
     ::close(in);
     return error_.errorId == KIV_ERRID_NO_ERROR;
@@ -257,7 +272,16 @@ bool KivClFile::renameAs(const KivClFilenameABase& target) {
     return true;
 }
 
+bool KivClFile::isRegularFile(const char* name, bool executable) {
+    struct stat info;
+    return ::stat(name, &info) == 0 && S_ISREG(info.st_mode) && (!executable || ::access(name, X_OK) == 0);
+}
+
 bool KivClFile::determineFileInEnvVarPath(KivClFilename& name, const char* variable) const {
+    return searchEnvVarPath(name, variable, false);
+}
+
+bool KivClFile::searchEnvVarPath(KivClFilename& name, const char* variable, bool executable) const {
     const char* value = KivClEnvironmentVariableABase(variable).getValue();
     if (value == nullptr) return false;
     const KivClFilename filePart(name.getFilePart());
@@ -274,7 +298,7 @@ bool KivClFile::determineFileInEnvVarPath(KivClFilename& name, const char* varia
             name.setNewPath(directory);
             // A name cut at the length limit would name some other file.
             const bool whole = std::strcmp(name.getFilePart(), filePart.getAsCString()) == 0;
-            if (whole && name.isExistent()) return true;
+            if (whole && isRegularFile(name, executable)) return true;
         }
         entry = *end == ':' ? end + 1 : end;
     }

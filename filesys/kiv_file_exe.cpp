@@ -17,7 +17,7 @@ KivClExeFile::KivClExeFile(const KivClFilename& name)
         if (name_.isExistent() || !KivClEnvironmentVariableABase(kUsePathVariable).hasValueEnabled()) return;
         name_.removePath();
     }
-    if (determineFileInEnvVarPath(name_, kSystemPathVariable)) {
+    if (searchEnvVarPath(name_, kSystemPathVariable, true)) {
         foundInSystemPath_ = true;
     } else {
         name_.removePath();
@@ -36,7 +36,7 @@ bool KivClExeFile::determinePath(bool tryCurrentDirectory, const char* variable)
     if (tryCurrentDirectory) {
         const KivClFilename local(name_.getFilePart());
         char cwd[KivClFilenameABase::BUFFER_SIZE];
-        if (local.isExistent() && ::getcwd(cwd, sizeof cwd) != nullptr) {
+        if (isRegularFile(local, true) && ::getcwd(cwd, sizeof cwd) != nullptr) {
             name_ = local;
             name_.setNewPath(cwd);
             foundInSystemPath_ = true;
@@ -44,7 +44,7 @@ bool KivClExeFile::determinePath(bool tryCurrentDirectory, const char* variable)
         }
     }
     foundInSystemPath_ =
-        determineFileInEnvVarPath(name_, variable != nullptr ? variable : getSystemPathEnvironmentVariable());
+        searchEnvVarPath(name_, variable != nullptr ? variable : getSystemPathEnvironmentVariable(), true);
     if (!foundInSystemPath_) name_.removePath();
     return foundInSystemPath_;
 }

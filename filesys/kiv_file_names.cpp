@@ -69,29 +69,40 @@ const char* kivGetTmpDirectory() {
 }
 
 KivClTmpFilename::KivClTmpFilename() : KivClFilenameABase(kivGetTmpDirectory(), "", nullptr) {
-    initPrefix(kDefaultPrefix);
+    initInDirectory(kDefaultPrefix);
 }
 
 KivClTmpFilename::KivClTmpFilename(const char* prefix) : KivClFilenameABase(kivGetTmpDirectory(), "", nullptr) {
-    initPrefix(prefix);
+    initInDirectory(prefix);
 }
 
 KivClTmpFilename::KivClTmpFilename(const char* directory, const char* prefix)
     : KivClFilenameABase(directory, "", nullptr) {
-    initPrefix(prefix);
+    initInDirectory(prefix);
 }
 
 KivClTmpFilename::KivClTmpFilename(const KivClLocation& location)
     : KivClFilenameABase(location.getAsCString(), "", nullptr) {
-    initPrefix(kDefaultPrefix);
+    initInDirectory(kDefaultPrefix);
 }
 
 KivClTmpFilename::KivClTmpFilename(const KivClLocation& location, const char* prefix)
     : KivClFilenameABase(location.getAsCString(), "", nullptr) {
-    initPrefix(prefix);
+    initInDirectory(prefix);
 }
 
 KivClTmpFilename::KivClTmpFilename(const KivClFilename& name, const char* prefix) : KivClFilenameABase(name) {
+    initPrefix(prefix);
+}
+
+void KivClTmpFilename::initInDirectory(const char* prefix) {
+    // The directory joined with an empty file part must read back as the
+    // whole name; otherwise part of the directory would be taken as the
+    // file part and replaced, and the name would land elsewhere.
+    if (getFilePart()[0] != '\0') {
+        init("");
+        return;
+    }
     initPrefix(prefix);
 }
 

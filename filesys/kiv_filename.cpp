@@ -1,26 +1,15 @@
 // File names: analysis of the parts, comparisons, extraction and changes.
 #include "kiv_filename.hpp"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cctype>
 #include <cstring>
 
 #include "kiv_match.hpp"
 #include "kiv_string.hpp"
+#include "util/kiv_bounded.hpp"
 
 namespace {
-
-// Copies at most limit characters of source (stopping at its NUL) to
-// destination and terminates it; returns the number copied. Source may
-// overlap destination. A null source copies nothing.
-size_t copyBounded(char* destination, const char* source, size_t limit) {
-    size_t count = source != nullptr ? strnlen(source, limit) : 0;
-    std::memmove(destination, source != nullptr ? source : "", count);
-    destination[count] = '\0';
-    return count;
-}
 
 // Writes the characters [begin, end) to out, terminated.
 void copyRange(char* out, const char* begin, const char* end) {
@@ -48,7 +37,7 @@ KivClFilenameABase::KivClFilenameABase(const char* name) : KivClPathProperty() {
 
 KivClFilenameABase::KivClFilenameABase(const char* text, unsigned long length)
     : KivClPathProperty() {
-    copyBounded(buffer_, text, std::min<unsigned long>(length, MAX_LENGTH));
+    kivCopyBounded(buffer_, text, std::min<unsigned long>(length, MAX_LENGTH));
     KivClPathProperty::init(buffer_);
     determineParts();
 }
@@ -74,37 +63,38 @@ KivClFilenameABase& KivClFilenameABase::operator=(const KivClFilenameABase& othe
 void KivClFilenameABase::rebaseFrom(const KivClFilenameABase& other) {
     std::memcpy(buffer_, other.buffer_, other.length_ + 1);
     length_ = other.length_;
-    style_ = other.style_;
-    name_ = buffer_;
-    pathStart_ = buffer_ + (other.pathStart_ - other.name_);
+    rebaseOnto(buffer_, other);
     baseName_ = buffer_ + (other.baseName_ - other.buffer_);
     extension_ = buffer_ + (other.extension_ - other.buffer_);
 }
 
 void KivClFilenameABase::init(const char* name) {
-    copyBounded(buffer_, name, MAX_LENGTH);
+    kivCopyBounded(buffer_, name, MAX_LENGTH);
     KivClPathProperty::init(buffer_);
     determineParts();
 }
 
 void KivClFilenameABase::init(const char* path, const char* baseName,
                               const char* extension) {
+    // The arguments may point into this name: copy them before clearing it.
+    char pathCopy[BUFFER_SIZE];
+    char baseCopy[BUFFER_SIZE];
+    char extensionCopy[BUFFER_SIZE];
+    kivCopyBounded(pathCopy, path, MAX_LENGTH);
+    kivCopyBounded(baseCopy, baseName, MAX_LENGTH);
+    kivCopyBounded(extensionCopy, extension, MAX_LENGTH);
     std::memset(buffer_, 0, sizeof buffer_);
-    size_t length = copyBounded(buffer_, path, MAX_LENGTH);
+    size_t length = kivCopyBounded(buffer_, pathCopy, MAX_LENGTH);
     // The style is decided by the path alone.
     KivClPathProperty::init(buffer_);
-    char separator = getSeparator();
-    if (length > 0 && length < MAX_LENGTH && buffer_[length - 1] != separator) {
-        buffer_[length++] = separator;
-        buffer_[length] = '\0';
-    }
-    length += copyBounded(buffer_ + length, baseName, MAX_LENGTH - length);
+    length = appendSeparator(buffer_, length, MAX_LENGTH);
+    length += kivCopyBounded(buffer_ + length, baseCopy, MAX_LENGTH - length);
     if (extension != nullptr) {
-        if (extension[0] != '.' && length < MAX_LENGTH) {
+        if (extensionCopy[0] != '.' && length < MAX_LENGTH) {
             buffer_[length++] = '.';
             buffer_[length] = '\0';
         }
-        copyBounded(buffer_ + length, extension, MAX_LENGTH - length);
+        kivCopyBounded(buffer_ + length, extensionCopy, MAX_LENGTH - length);
     }
     determineParts();
 }
@@ -138,12 +128,11 @@ bool KivClFilenameABase::matchesPath(const KivClFilenameABase& other) const {
 }
 
 bool KivClFilenameABase::matchesBase(const KivClFilenameABase& other) const {
-    // Equal lengths first, so that the comparison never runs on into an
-    // extension: base "a" must not match base "a.b" of "a.b.c".
-    unsigned long count = getBaseNameLength();
-    if (count != other.getBaseNameLength()) {
-        return false;
-    }
+    // The longer of the two lengths is compared, so the shorter base name is
+    // compared together with what follows it (its extension): "a" of "a.b"
+    // matches "a.b" of "a.b.c". Both texts are terminated, so the comparison
+    // stops at the end of the shorter name.
+    const unsigned long count = std::max(getBaseNameLength(), other.getBaseNameLength());
     if (style_ == KivEnPathStyleUnix) {
         return std::strncmp(baseName_, other.baseName_, count) == 0;
     }
@@ -221,17 +210,13 @@ bool KivClFilenameABase::isStyleFAT_8_3() const {
     return true;
 }
 
-bool KivClFilenameABase::isExistent() const {
-    return access(buffer_, F_OK) == 0;
-}
-
 void KivClFilenameABase::appendText(const char* text) {
-    length_ += static_cast<uint32_t>(copyBounded(buffer_ + length_, text, MAX_LENGTH - length_));
+    length_ += static_cast<uint32_t>(kivCopyBounded(buffer_ + length_, text, MAX_LENGTH - length_));
 }
 
 void KivClFilenameABase::replaceFilePart(const char* filePart) {
     size_t offset = static_cast<size_t>(baseName_ - buffer_);
-    copyBounded(baseName_, filePart, MAX_LENGTH - offset);
+    kivCopyBounded(baseName_, filePart, MAX_LENGTH - offset);
     length_ = static_cast<uint32_t>(std::strlen(buffer_));
     determineExtension();
 }
@@ -260,7 +245,7 @@ void KivClFilename::setNewName(const char* name) {
 
 void KivClFilename::setNewBaseName(const char* baseName) {
     char oldExtension[BUFFER_SIZE];
-    copyBounded(oldExtension, extension_, MAX_LENGTH);
+    kivCopyBounded(oldExtension, extension_, MAX_LENGTH);
     setNewName(baseName);
     setNewExtension(oldExtension);
 }
@@ -268,7 +253,7 @@ void KivClFilename::setNewBaseName(const char* baseName) {
 void KivClFilename::setNewExtension(const char* ext) {
     // ext may point into this name; take a copy before writing.
     char wanted[BUFFER_SIZE];
-    copyBounded(wanted, ext != nullptr && ext[0] == '.' ? ext + 1 : ext, MAX_LENGTH);
+    kivCopyBounded(wanted, ext != nullptr && ext[0] == '.' ? ext + 1 : ext, MAX_LENGTH);
     size_t offset = static_cast<size_t>(extension_ - buffer_);
     bool removing = ext == nullptr || ext[0] == '\0';
     if (removing || offset >= MAX_LENGTH) {
@@ -277,7 +262,7 @@ void KivClFilename::setNewExtension(const char* ext) {
         return;
     }
     extension_[0] = '.';
-    copyBounded(extension_ + 1, wanted, MAX_LENGTH - offset - 1);
+    kivCopyBounded(extension_ + 1, wanted, MAX_LENGTH - offset - 1);
     length_ = static_cast<uint32_t>(std::strlen(buffer_));
 }
 
@@ -285,8 +270,8 @@ void KivClFilename::setNewPath(const char* path) {
     // path may point into this name; both texts are copied before joining.
     char filePart[BUFFER_SIZE];
     char newPath[BUFFER_SIZE];
-    copyBounded(filePart, baseName_, MAX_LENGTH);
-    copyBounded(newPath, path, MAX_LENGTH);
+    kivCopyBounded(filePart, baseName_, MAX_LENGTH);
+    kivCopyBounded(newPath, path, MAX_LENGTH);
     init(newPath, filePart, nullptr);
 }
 

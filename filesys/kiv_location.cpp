@@ -1,10 +1,10 @@
 // Directory locations: text that always ends in its separator.
 #include "kiv_filename.hpp"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstring>
+
+#include "util/kiv_bounded.hpp"
 
 KivClLocation::KivClLocation() : KivClPathProperty(), length_(0) {
     buffer_[0] = '\0';
@@ -12,20 +12,20 @@ KivClLocation::KivClLocation() : KivClPathProperty(), length_(0) {
 }
 
 KivClLocation::KivClLocation(const char* path, bool normalize) : KivClPathProperty() {
-    assignText(path, MAX_LENGTH);
+    kivCopyBounded(buffer_, path, MAX_LENGTH);
     init(normalize);
 }
 
 KivClLocation::KivClLocation(const char* text, unsigned long length, bool normalize)
     : KivClPathProperty() {
-    assignText(text, std::min<unsigned long>(length, MAX_LENGTH));
+    kivCopyBounded(buffer_, text, std::min<unsigned long>(length, MAX_LENGTH));
     init(normalize);
 }
 
 KivClLocation::KivClLocation(const KivClFilenameABase& name, bool normalize)
     : KivClPathProperty() {
-    assignText(name.getAsCString(),
-               static_cast<size_t>(name.getFilePart() - name.getAsCString()));
+    kivCopyBounded(buffer_, name.getAsCString(),
+                   static_cast<size_t>(name.getFilePart() - name.getAsCString()));
     init(normalize);
 }
 
@@ -37,45 +37,25 @@ KivClLocation& KivClLocation::operator=(const KivClLocation& other) {
     if (this != &other) {
         std::memcpy(buffer_, other.buffer_, other.length_ + 1);
         length_ = other.length_;
-        style_ = other.style_;
-        name_ = buffer_;
-        pathStart_ = buffer_ + (other.pathStart_ - other.name_);
+        rebaseOnto(buffer_, other);
     }
     return *this;
 }
 
 KivClLocation& KivClLocation::operator=(const char* path) {
-    assignText(path, MAX_LENGTH);
+    // path may be a part of this location's own buffer.
+    kivCopyBounded(buffer_, path, MAX_LENGTH);
     init(false);
     return *this;
 }
 
-void KivClLocation::assignText(const char* text, size_t limit) {
-    // memmove: text may be a part of this location's own buffer.
-    size_t count = text != nullptr ? strnlen(text, limit) : 0;
-    std::memmove(buffer_, text != nullptr ? text : "", count);
-    buffer_[count] = '\0';
-    length_ = static_cast<uint32_t>(count);
-}
-
 void KivClLocation::init(bool normalize) {
     KivClPathProperty::init(buffer_);
-    length_ = static_cast<uint32_t>(std::strlen(buffer_));
-    char separator = getSeparator();
-    // A text that already fills the buffer keeps its last character rather
-    // than losing it to the separator.
-    if (length_ > 0 && length_ < MAX_LENGTH && buffer_[length_ - 1] != separator) {
-        buffer_[length_++] = separator;
-        buffer_[length_] = '\0';
-    }
+    length_ = static_cast<uint32_t>(appendSeparator(buffer_, std::strlen(buffer_), MAX_LENGTH));
     if (normalize) {
         normalizePath(buffer_ + (pathStart_ - buffer_));
         style_ = getStyle(pathStart_);
     }
-}
-
-bool KivClLocation::isExistent() const {
-    return access(buffer_, F_OK) == 0;
 }
 
 bool KivClLocation::isRoot() const {

@@ -1,6 +1,8 @@
 // Style and server-prefix analysis of a name text.
 #include "kiv_filename.hpp"
 
+#include <unistd.h>
+
 #include <cctype>
 #include <cstring>
 
@@ -24,9 +26,9 @@ KivClPathProperty::KivClPathProperty(const char* name) : KivClPathProperty() {
 void KivClPathProperty::init(const char* name) {
     name_ = name != nullptr ? name : kEmptyText;
     determinePath();
-    // A bare \\server\share has an empty path proper; the prefix itself is
-    // DOS style, so it decides instead of the empty text.
-    style_ = getStyle(*pathStart_ != '\0' ? pathStart_ : name_);
+    // The path proper decides; a bare \\server\share, whose path proper is
+    // empty, is therefore Unix style.
+    style_ = getStyle(pathStart_);
 }
 
 void KivClPathProperty::determinePath() {
@@ -83,4 +85,25 @@ void KivClPathProperty::normalizePath(char* text) {
     for (char* p = std::strchr(text, '\\'); p != nullptr; p = std::strchr(p + 1, '\\')) {
         *p = '/';
     }
+}
+
+bool KivClPathProperty::isExistent() const {
+    return ::access(name_, F_OK) == 0;
+}
+
+void KivClPathProperty::rebaseOnto(const char* text, const KivClPathProperty& other) {
+    name_ = text;
+    pathStart_ = text + (other.pathStart_ - other.name_);
+    style_ = other.style_;
+}
+
+size_t KivClPathProperty::appendSeparator(char* text, size_t length, size_t limit) const {
+    const char separator = getSeparator();
+    // A text that already fills its buffer keeps its last character rather
+    // than losing it to the separator.
+    if (length > 0 && length < limit && text[length - 1] != separator) {
+        text[length++] = separator;
+        text[length] = '\0';
+    }
+    return length;
 }

@@ -5,9 +5,12 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <string>
+#include <cstring>
+
+#include "kiv_string.hpp"
 
 #include "foundation/kiv_fdio.hpp"
+#include "util/kiv_bounded.hpp"
 
 KivClExceptionABase::~KivClExceptionABase() = default;
 
@@ -21,33 +24,54 @@ KivClExceptionFatal::~KivClExceptionFatal() = default;
 
 namespace {
 
+// The report is built in a fixed buffer so that it cannot fail when the heap
+// is exhausted or broken; texts that would not fit are cut.
+constexpr size_t REPORT_CAPACITY = 8192;
+
+class Report {
+public:
+    Report& operator<<(const char* text) {
+        kivAppendBounded(text_, length_, REPORT_CAPACITY, text);
+        return *this;
+    }
+    Report& operator<<(unsigned long number) {
+        char digits[24];
+        kivULtoa(number, digits);
+        return *this << digits;
+    }
+    Report& operator<<(long number) {
+        char digits[24];
+        kivLtoa(number, digits);
+        return *this << digits;
+    }
+    // Ends the report with its closing lines, which are never cut, and
+    // writes it in one piece.
+    void writeClosedTo(int fd) {
+        std::memcpy(text_ + length_, CLOSING, sizeof CLOSING);
+        kivWriteAll(fd, text_, length_ + sizeof CLOSING - 1);
+    }
+
+private:
+    // The blank line after the report and the newline written after it.
+    static constexpr char CLOSING[] = "\n\n\n";
+    char text_[REPORT_CAPACITY + sizeof CLOSING] = {};
+    size_t length_ = 0;
+};
+
 [[noreturn]] void reportAndAbort(const char* expression, const char* module, unsigned int line,
                                  const char* function, const char* message, bool withMessage) {
-    const long pid = static_cast<long>(::getpid());
-    std::string report = "\n*** INTERNAL ERROR OCCURED ***\n";
+    Report report;
+    report << "\n*** INTERNAL ERROR OCCURED ***\n";
     if (withMessage && message != nullptr) {
-        report += "*** ";
-        report += message;
-        report += " ***\n";
-        if (function != nullptr) {
-            report += "***         FUNCTION: ";
-            report += function;
-            report += "\n";
-        }
+        report << "*** " << message << " ***\n";
+        if (function != nullptr) report << "***         FUNCTION: " << function << "\n";
     }
-    report += "*** ASSERTION FAILED: ";
-    report += expression ? expression : "";
-    report += "\n***             LINE: ";
-    report += std::to_string(line);
-    report += "\n***           MODULE: ";
-    report += module ? module : "";
-    report += "\n***       PROCESS ID: ";
-    report += std::to_string(pid);
-    report += "\n\n";
-    // The trailing newline goes out in the same write as the report.
-    report += "\n";
+    report << "*** ASSERTION FAILED: " << expression;
+    report << "\n***             LINE: " << static_cast<unsigned long>(line);
+    report << "\n***           MODULE: " << module;
+    report << "\n***       PROCESS ID: " << static_cast<long>(::getpid());
     std::fflush(stderr);
-    kivWriteAll(STDERR_FILENO, report.data(), report.size());
+    report.writeClosedTo(STDERR_FILENO);
     std::abort();
 }
 

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "foundation/kiv_memgrow.hpp"
+
 void* KivClMemoryManager::systemAllocator(unsigned int size) { return std::malloc(size); }
 
 void* KivClMemoryManager::systemReallocator(void* pointer, unsigned int size) {
@@ -22,16 +24,12 @@ KivPfuDeallocator KivClMemoryManager::cv_pfuDeallocatorCallback =
 
 namespace {
 
-// A request that does not fit the 32-bit hook size is reported with the
-// largest size, so that it reads as out of memory and never as zero size.
-unsigned int clampedSize(uint64_t size) {
-    return size > UINT32_MAX ? UINT32_MAX : static_cast<unsigned int>(size);
-}
-
 void* allocateOrThrow(uint64_t size) {
+    // A request that does not fit the 32-bit hook size is reported with the
+    // largest size, so that it reads as out of memory and never as zero size.
     if (size > UINT32_MAX) {
         KivClMemoryManager::outOfMemory(KivClMemoryManager::ALLOC_MODULE,
-                                        KivClMemoryManager::ALLOC_LINE, clampedSize(size));
+                                        KivClMemoryManager::ALLOC_LINE, UINT32_MAX);
     }
     void* block = KivClMemoryManager::cv_pfuAllocatorCallback(static_cast<unsigned int>(size));
     if (block == nullptr) {
@@ -43,6 +41,13 @@ void* allocateOrThrow(uint64_t size) {
 }
 
 }  // namespace
+
+void* kivGrowBlock(void* block, size_t keptBytes, size_t newSize) {
+    void* grown = kivMalloc(newSize);
+    if (keptBytes > 0) std::memcpy(grown, block, keptBytes);
+    kivFree(block);
+    return grown;
+}
 
 bool KivClMemoryManager::hasUserDefinedMgr() {
     return cv_pfuAllocatorCallback != &KivClMemoryManager::systemAllocator;
@@ -79,15 +84,18 @@ void KivClMemoryManager::free(void* pointer) {
     if (pointer != nullptr) cv_pfuDeallocatorCallback(pointer);
 }
 
-void KivClMemoryManager::setNewMemoryManager(KivPfuAllocator allocator,
+bool KivClMemoryManager::setNewMemoryManager(KivPfuAllocator allocator,
                                              KivPfuReallocator reallocator,
                                              KivPfuDeallocator deallocator) {
+    // Without these two the next allocation or free would jump to null.
+    if (allocator == nullptr || deallocator == nullptr) return false;
     cv_pfuAllocatorCallback = allocator;
     cv_pfuReallocatorCallback = reallocator;
     cv_pfuDeallocatorCallback = deallocator;
     if (reallocator == nullptr && !hasUserDefinedMgr()) {
         cv_pfuReallocatorCallback = &KivClMemoryManager::systemReallocator;
     }
+    return true;
 }
 
 extern "C" void* kivMalloc(size_t size) { return allocateOrThrow(size); }
@@ -106,14 +114,49 @@ extern "C" void* kivRealloc(void* pointer, size_t size) {
     // A missing reallocator is reported first, as for any size.
     if (size > UINT32_MAX && KivClMemoryManager::cv_pfuReallocatorCallback != nullptr) {
         KivClMemoryManager::outOfMemory(KivClMemoryManager::REALLOC_MODULE,
-                                        KivClMemoryManager::REALLOC_LINE, clampedSize(size));
+                                        KivClMemoryManager::REALLOC_LINE, UINT32_MAX);
     }
     return KivClMemoryManager::realloc(pointer, static_cast<unsigned int>(size));
 }
 
 extern "C" void kivFree(void* pointer) { KivClMemoryManager::free(pointer); }
 
-extern "C" void kivSetNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,
+extern "C" bool kivSetNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,
                                        KivPfuDeallocator deallocator) {
-    KivClMemoryManager::setNewMemoryManager(allocator, reallocator, deallocator);
+    return KivClMemoryManager::setNewMemoryManager(allocator, reallocator, deallocator);
+}
+
+namespace {
+
+// Hooks written against size_t, called through the 32-bit hook types.
+KivPfuSizeAllocator gSizeAllocator = nullptr;
+KivPfuSizeReallocator gSizeReallocator = nullptr;
+
+void* callSizeAllocator(unsigned int size) { return gSizeAllocator(size); }
+void* callSizeReallocator(void* pointer, unsigned int size) {
+    return gSizeReallocator(pointer, size);
+}
+
+}  // namespace
+
+bool kivSetNewMemoryManager(KivPfuSizeAllocator allocator, KivPfuSizeReallocator reallocator,
+                            KivPfuDeallocator deallocator) {
+    if (allocator == nullptr || deallocator == nullptr) return false;
+    // The system library's own functions become the built-in system hooks,
+    // so that they count as the system allocator.
+    KivPfuAllocator allocatorHook = &KivClMemoryManager::systemAllocator;
+    if (allocator != &std::malloc) {
+        gSizeAllocator = allocator;
+        allocatorHook = &callSizeAllocator;
+    }
+    KivPfuReallocator reallocatorHook = nullptr;
+    if (reallocator == &std::realloc) {
+        reallocatorHook = &KivClMemoryManager::systemReallocator;
+    } else if (reallocator != nullptr) {
+        gSizeReallocator = reallocator;
+        reallocatorHook = &callSizeReallocator;
+    }
+    KivPfuDeallocator deallocatorHook =
+        deallocator == &std::free ? &KivClMemoryManager::systemDeallocator : deallocator;
+    return KivClMemoryManager::setNewMemoryManager(allocatorHook, reallocatorHook, deallocatorHook);
 }

@@ -58,7 +58,8 @@ public:
     // equals name exactly; name may be given with or without its "-".
     bool matches(const char* name) const;
     // Moves to the first entry that matches name; false (and past the end)
-    // when none does.
+    // when none does. Every entry is examined, also by a free-argument
+    // cursor, which then stands on the switch found.
     bool positionTo(const char* name);
 
 protected:
@@ -105,8 +106,8 @@ private:
 
 class KivClArgvFreeCursor : public KivClArgvCheckCursor {
 public:
-    // Takes what the check cursor takes and, like it, stands on entry 1,
-    // free or not: call setToFirst to reach the first free entry.
+    // Takes what the check cursor takes and stands on the first free entry,
+    // or is invalid when there is none.
     KivClArgvFreeCursor(int argc, const char** argv, const char* usage);
     KivClArgvFreeCursor(const KivClArgvFreeCursor&) = default;
     KivClArgvFreeCursor& operator=(const KivClArgvFreeCursor&) = default;

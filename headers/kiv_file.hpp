@@ -70,6 +70,13 @@ public:
     // longer than 4096 characters, a null path or an unreadable working
     // directory give false and leave path unchanged.
     static bool expandRelativePath(char* path);
+    // The same for a path buffer of size characters (terminator included):
+    // a result that does not fit is refused (false, path unchanged).
+    //   char dir[8] = "/a/b/..";
+    //   expandRelativePath(dir, sizeof dir);   // true, dir is "/a/"
+    //   char home[4] = "~/";
+    //   expandRelativePath(home, sizeof home); // false unless $HOME is "/"
+    static bool expandRelativePath(char* path, size_t size);
 };
 
 class KivClFile : public KivClFileABase {
@@ -120,8 +127,13 @@ public:
     //  - FILE_COULD_NOT_COPY / IO_READ_PROBLEM when the source cannot be
     //    opened or is not a regular file;
     //  - FILE_COULD_NOT_COPY / IO_WRITE_PROBLEM when the target cannot be
-    //    opened, is a symbolic link or not a regular file, or a read, write
-    //    or close fails.
+    //    opened, is a symbolic link or not a regular file, its mode cannot be
+    //    set, or a read, write or close fails.
+    // Warning: copying replaces an existing target's contents. What a failed
+    // copy leaves: a target that this call created is removed again; an
+    // existing target is untouched when the failure comes before the copying
+    // starts (it cannot be opened, its mode cannot be set), and holds the
+    // bytes written so far (from none up to all) when a read or write fails.
     bool copyTo(const KivClFilenameABase& target, bool copyPermissions);
     // Copies to the same file part in directory.
     bool copyTo(const KivClLocation& directory, bool copyPermissions);
@@ -132,10 +144,11 @@ public:
     bool renameAs(const KivClFilenameABase& target);
 
     // Looks for name's file part in each directory of the ":"-separated
-    // environment variable, in order, skipping empty entries. On a hit name
-    // is left pointing at the file found and the result is true. False when
-    // the variable is unset or no directory holds the file (name is then
-    // left under the last directory tried).
+    // environment variable, in order, skipping empty entries. Only a regular
+    // file counts (a directory of that name does not). On a hit name is left
+    // pointing at the file found and the result is true. False when the
+    // variable is unset or no directory holds the file (name is then left
+    // under the last directory tried).
     bool determineFileInEnvVarPath(KivClFilename& name, const char* variable) const;
 
     // Error of the last operation; {0, 0} after a success.
@@ -145,6 +158,11 @@ public:
 protected:
     void setError(uint32_t errorId, KivEnErrorClass errorClass);
     void clearError();
+    // name is a regular file; with executable, also one the caller may execute.
+    static bool isRegularFile(const char* name, bool executable);
+    // determineFileInEnvVarPath, accepting with executable only files that
+    // may be executed.
+    bool searchEnvVarPath(KivClFilename& name, const char* variable, bool executable) const;
 
     KivClFilename name_;
     _KivStError error_;
@@ -158,7 +176,8 @@ public:
     // exists; when it does not and KIV_NEWPROCESS_USEPATH is enabled, the
     // directory is dropped and the bare name is searched along PATH. A name
     // without directory is searched along PATH; when it is not found the
-    // object holds the bare name.
+    // object holds the bare name. The searches accept only a regular file
+    // that the caller may execute (not a directory, not an empty file part).
     explicit KivClExeFile(const KivClFilename& name);
     // Copies name (with the default extension rule of KivClFile). A name
     // with a directory is kept as it is; otherwise determinePath(). A null
@@ -169,8 +188,8 @@ public:
     // The name was completed from the search path (or the working directory).
     virtual bool isFoundInSystemPath() const;
 
-    // With tryCurrentDirectory, a file of this name in the working directory
-    // wins and is put under the working directory's absolute path. Otherwise
+    // With tryCurrentDirectory, an executable regular file of this name in
+    // the working directory wins and is put under the working directory's absolute path. Otherwise
     // the directories of the variable (null: PATH) are searched. True and
     // the flag set on a hit; else the name is reduced to its file part, the
     // flag cleared and false returned.
@@ -195,7 +214,9 @@ private:
 // "tmp". The object holds the empty name when no name can be shown to be
 // free: the directory cannot be searched (it is a file, or access is
 // denied), the directory leaves no room for the file part within 4096
-// characters, or MAX_ATTEMPTS draws all hit existing names.
+// characters, the name would not lie in the directory given (a directory
+// text holding a backslash reads as a DOS-style path whose file part starts
+// after its last "/"), or MAX_ATTEMPTS draws all hit existing names.
 class KivClTmpFilename : public KivClFilenameABase {
 public:
     // In kivGetTmpDirectory(), prefix "tmp".
@@ -215,6 +236,9 @@ public:
 protected:
     // Replaces the file part by a fresh unused name built from prefix.
     void initPrefix(const char* prefix);
+    // initPrefix for a name built from a directory and an empty file part;
+    // the empty name when that directory does not read back as the directory.
+    void initInDirectory(const char* prefix);
 };
 
 // The backup name of a file: the whole name followed by ".bak" (f.txt gives

@@ -36,8 +36,8 @@ public:
     explicit KivClPathProperty(const char* name);
 
     // Stores name (null reads as ""), runs determinePath(), then sets the
-    // style to getStyle(pathStart), or getStyle(name) when the path proper
-    // is empty (a bare \\server\share is DOS style).
+    // style to getStyle(pathStart): the path proper decides, so a bare
+    // \\server\share (empty path proper) is Unix style.
     void init(const char* name);
     // pathStart = name, unless the name begins with two backslashes, a server
     // name of at least one character, a backslash and a share name: then
@@ -72,6 +72,17 @@ public:
     bool hasServerPrefix() const { return pathStart_ != name_; }
 
 protected:
+    // access(name, F_OK) succeeds; the file-system question of the name and
+    // location classes.
+    bool isExistent() const;
+    // Takes other's analysis for text, a copy of other's name text: the
+    // style, and the path start at the same offset.
+    void rebaseOnto(const char* text, const KivClPathProperty& other);
+    // Appends the stored style's separator to text of length characters
+    // unless text is empty, already ends in it, or holds limit characters;
+    // returns the new length.
+    size_t appendSeparator(char* text, size_t length, size_t limit) const;
+
     const char* name_;
     const char* pathStart_;
     int32_t style_;
@@ -108,7 +119,8 @@ public:
     // Joins path, separator (of the path's style, added unless the path is
     // empty or already ends in it), baseName and, when extension is not null,
     // '.' (unless it begins with one) and extension; everything cut to 4096
-    // characters. An empty but given extension leaves a trailing '.'.
+    // characters. An empty but given extension leaves a trailing '.'. The
+    // arguments may point into this name (they are copied first).
     void init(const char* path, const char* baseName, const char* extension);
     // Recomputes length, then baseName: one past the last '/' of the path
     // proper, else one past its last backslash, else pathStart; then
@@ -120,8 +132,10 @@ public:
     // This name's path [pathStart, baseName) equals the first characters of
     // other's path proper; case-sensitive only in Unix style (this object's).
     bool matchesPath(const KivClFilenameABase& other) const;
-    // The base names (extensions excluded) are equal; case-sensitive only in
-    // Unix style.
+    // Compares as many characters from each base name as the longer base
+    // name holds; case-sensitive only in Unix style. The shorter name is
+    // therefore compared together with its extension: base "a" of "a.b"
+    // matches base "a.b" of "a.b.c".
     bool matchesBase(const KivClFilenameABase& other) const;
     // The extension equals ext, with or without its leading '.'; "" matches
     // a name without extension. Case-sensitive only in Unix style.
@@ -146,7 +160,7 @@ public:
     // the characters <>:;."|/* anywhere before the extension.
     bool isStyleFAT_8_3() const;
     // access(name, F_OK) succeeds.
-    bool isExistent() const;
+    using KivClPathProperty::isExistent;
 
     // The whole name text.
     operator const char*() const { return buffer_; }
@@ -202,7 +216,8 @@ public:
     KivClFilename& operator=(const KivClFilename& other) = default;
     KivClFilename& operator=(const KivClFilenameABase& other);
 
-    // Becomes location + name, without extension handling.
+    // Becomes location + name, without extension handling; name may point
+    // into this object (f.setNew(KivClLocation("/backup"), f.getFilePart())).
     void setNew(const KivClLocation& location, const char* name);
     // Keeps the directory and replaces the file part by name.
     void setNewName(const char* name);
@@ -251,7 +266,7 @@ public:
     void init(const char* name) = delete;
 
     // access(text, F_OK) succeeds.
-    bool isExistent() const;
+    using KivClPathProperty::isExistent;
     // Absolute and nothing but the root: "/" , "C:\" or "\\srv\share\".
     bool isRoot() const;
 
@@ -260,9 +275,6 @@ public:
     unsigned long getLength() const { return length_; }
 
 private:
-    // Copies at most limit characters of text into the buffer, terminated.
-    void assignText(const char* text, size_t limit);
-
     char buffer_[BUFFER_SIZE];
     uint32_t length_;
 };

@@ -165,7 +165,10 @@ public:
                         bool newSectionForEveryHeader, bool continuationLines);
     // The common engine: reads input to its end. True when it was read to
     // the end (with or without reported errors), false when the handler
-    // asked to stop. Without newSectionForEveryHeader, a header naming an
+    // asked to stop or the input was not read to its end: a line longer
+    // than 1,023 characters ends loading, its first 1,023 characters being
+    // the last line loaded, and the loader (and so load(bool) and
+    // loadFromBuffer) returns false. Without newSectionForEveryHeader, a header naming an
     // existing section (ignoring case) adds to that section again.
     bool load(std::istream& input, char delimiter, bool newSectionForEveryHeader,
               bool continuationLines);

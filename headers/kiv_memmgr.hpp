@@ -6,6 +6,20 @@
 // never returns null: it throws a KivClExceptionFatal. Sizes handed to the
 // hooks are 32-bit; a request that does not fit 32 bits is refused through
 // the out-of-memory path rather than truncated.
+//
+// Installing hooks refuses a null allocator or deallocator (the call returns
+// false and the previous hooks stay); a null reallocator is allowed and
+// means "none" for a user heap, the system realloc for the system heap.
+//
+//   kivSetNewMemoryManager(malloc, nullptr, free);   // true: system heap
+//   KivClMemoryManager::hasUserDefinedMgr();          // false
+//   kivRealloc(kivMalloc(8), 64);                     // grows through realloc
+//   kivSetNewMemoryManager(myAlloc, nullptr, myFree); // true: user heap
+//   kivRealloc(p, 64);                                // throws MEMMGR_NO_USER_REALLOC_FUNC
+//   kivSetNewMemoryManager(nullptr, nullptr, myFree); // false: hooks unchanged
+//
+// Warning: blocks must be freed by the hooks that allocated them; swapping
+// the hooks while blocks are held is the caller's responsibility.
 #ifndef KIV_MEMMGR_HPP
 #define KIV_MEMMGR_HPP
 
@@ -16,6 +30,9 @@
 typedef void* (*KivPfuAllocator)(unsigned int size);
 typedef void* (*KivPfuReallocator)(void* pointer, unsigned int size);
 typedef void (*KivPfuDeallocator)(void* pointer);
+// Hook shapes of the system library's own malloc and realloc.
+typedef void* (*KivPfuSizeAllocator)(size_t size);
+typedef void* (*KivPfuSizeReallocator)(void* pointer, size_t size);
 
 class KivClMemoryManager {
 public:
@@ -37,7 +54,8 @@ public:
     // Installs the three hooks as given. Without a reallocator, the system
     // reallocator is installed only when the allocator is the system one, so
     // that blocks of a user heap are never mixed with the system heap.
-    static void setNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,
+    // A null allocator or deallocator is refused: false, previous hooks kept.
+    static bool setNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,
                                     KivPfuDeallocator deallocator);
     // True when the installed allocator is not the system one.
     static bool hasUserDefinedMgr();
@@ -63,9 +81,17 @@ void* kivMalloc(size_t size);
 void* kivCalloc(size_t count, size_t size);
 void* kivRealloc(void* pointer, size_t size);
 void kivFree(void* pointer);
-void kivSetNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,
+bool kivSetNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,
                             KivPfuDeallocator deallocator);
 
 }  // extern "C"
+
+// The same for hooks of the system library's shape, so that
+// kivSetNewMemoryManager(malloc, nullptr, free) compiles as written. The
+// system's malloc, realloc and free are recognised and installed as the
+// system hooks (hasUserDefinedMgr() stays false, kivRealloc uses realloc);
+// other functions of this shape are installed as user hooks.
+bool kivSetNewMemoryManager(KivPfuSizeAllocator allocator, KivPfuSizeReallocator reallocator,
+                            KivPfuDeallocator deallocator);
 
 #endif  // KIV_MEMMGR_HPP

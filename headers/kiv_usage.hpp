@@ -28,6 +28,9 @@
 
 class KivClUsageCursor : public KivClUniDirCursorABase {
 public:
+    // The usage string a null usage stands for.
+    static constexpr const char* EMPTY_USAGE = "";
+
     // A new cursor stands at the start of usage, on no item, with both depths
     // 0 and no flag set; call setToFirst to reach the first item.
     explicit KivClUsageCursor(const char* usage);

@@ -45,6 +45,16 @@ KivClIniFileOption* optionIn(const KivClIniFileSection* section, const char* nam
     return (section != nullptr && name != nullptr) ? section->findOption(name) : nullptr;
 }
 
+// Every change: find the entry, refuse when there is none, else change it.
+template <typename Entry, typename Change>
+bool changeFound(Entry* entry, Change change) {
+    if (entry == nullptr) {
+        return false;
+    }
+    change(*entry);
+    return true;
+}
+
 // The typed queries: look the value text up, then convert it.
 template <typename Type>
 bool typedQuery(const KivClIniFile& ini, const char* name, Type& value) {
@@ -247,74 +257,39 @@ bool KivClIniFile::addOption(const KivClIniFileSectionCursor& cursor, const char
 }
 
 bool KivClIniFile::setNewValue(const char* section, const char* name, const char* value) {
-    KivClIniFileOption* option = optionIn(findSection(section), name);
-    if (option == nullptr) {
-        return false;
-    }
-    option->replaceValue(value);
-    return true;
+    return changeFound(optionIn(findSection(section), name), [value](KivClIniFileOption& option) {
+        option.replaceValue(value);
+    });
 }
 
 bool KivClIniFile::setNewValue(const KivClIniFileSectionCursor& cursor, const char* name,
                                const char* value) {
-    KivClIniFileOption* option = optionIn(sectionOf(cursor), name);
-    if (option == nullptr) {
-        return false;
-    }
-    option->replaceValue(value);
-    return true;
+    return changeFound(optionIn(sectionOf(cursor), name), [value](KivClIniFileOption& option) {
+        option.replaceValue(value);
+    });
 }
 
 bool KivClIniFile::setNewValue(const KivClIniFileOptionCursor& cursor, const char* value) {
-    KivClIniFileOption* option = optionOf(cursor);
-    if (option == nullptr) {
-        return false;
-    }
-    option->replaceValue(value);
-    return true;
+    return changeFound(optionOf(cursor), [value](KivClIniFileOption& option) { option.replaceValue(value); });
 }
 
 bool KivClIniFile::deleteSection(const char* name) {
-    KivClIniFileSection* section = findSection(name);
-    if (section == nullptr) {
-        return false;
-    }
-    section->clear();
-    return true;
+    return changeFound(findSection(name), [](KivClIniFileSection& section) { section.clear(); });
 }
 
 bool KivClIniFile::deleteSection(const KivClIniFileSectionCursor& cursor) {
-    KivClIniFileSection* section = sectionOf(cursor);
-    if (section == nullptr) {
-        return false;
-    }
-    section->clear();
-    return true;
+    return changeFound(sectionOf(cursor), [](KivClIniFileSection& section) { section.clear(); });
 }
 
 bool KivClIniFile::deleteOption(const char* section, const char* name) {
-    KivClIniFileOption* option = optionIn(findSection(section), name);
-    if (option == nullptr) {
-        return false;
-    }
-    option->clear();
-    return true;
+    return changeFound(optionIn(findSection(section), name),
+                       [](KivClIniFileOption& option) { option.clear(); });
 }
 
 bool KivClIniFile::deleteOption(const KivClIniFileSectionCursor& cursor, const char* name) {
-    KivClIniFileOption* option = optionIn(sectionOf(cursor), name);
-    if (option == nullptr) {
-        return false;
-    }
-    option->clear();
-    return true;
+    return changeFound(optionIn(sectionOf(cursor), name), [](KivClIniFileOption& option) { option.clear(); });
 }
 
 bool KivClIniFile::deleteOption(const KivClIniFileOptionCursor& cursor) {
-    KivClIniFileOption* option = optionOf(cursor);
-    if (option == nullptr) {
-        return false;
-    }
-    option->clear();
-    return true;
+    return changeFound(optionOf(cursor), [](KivClIniFileOption& option) { option.clear(); });
 }

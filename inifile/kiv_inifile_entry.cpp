@@ -6,21 +6,7 @@
 #include "kiv_inifile.hpp"
 #include "kiv_memmgr.hpp"
 #include "kiv_string.hpp"
-
-namespace {
-
-// Copies text to buffer[pos] while pos < end; false when text did not fit.
-bool appendBounded(char* buffer, size_t& pos, size_t end, const char* text) {
-    if (text == nullptr) {
-        return true;
-    }
-    while (*text != '\0' && pos < end) {
-        buffer[pos++] = *text++;
-    }
-    return *text == '\0';
-}
-
-}  // namespace
+#include "util/kiv_bounded.hpp"
 
 KivClIniFileOption::KivClIniFileOption() : next_(nullptr), value_(nullptr), comment_(nullptr) {
     clear();
@@ -31,14 +17,14 @@ bool KivClIniFileOption::compose(const char* name, const char* value, const char
     // Built aside first: the sources may be texts within this storage.
     char composed[STORAGE_SIZE];
     size_t pos = 0;
-    bool whole = appendBounded(composed, pos, NAME_LIMIT, name);
+    bool whole = kivAppendBounded(composed, pos, NAME_LIMIT, name);
     composed[pos++] = '\0';
     const size_t valueStart = pos;
-    whole = appendBounded(composed, pos, NAME_VALUE_LIMIT - 1, value) && whole;
-    whole = appendBounded(composed, pos, NAME_VALUE_LIMIT - 1, valueTail) && whole;
+    whole = kivAppendBounded(composed, pos, NAME_VALUE_LIMIT - 1, value) && whole;
+    whole = kivAppendBounded(composed, pos, NAME_VALUE_LIMIT - 1, valueTail) && whole;
     composed[pos++] = '\0';
     const size_t commentStart = pos;
-    whole = appendBounded(composed, pos, STORAGE_SIZE - 1, comment) && whole;
+    whole = kivAppendBounded(composed, pos, STORAGE_SIZE - 1, comment) && whole;
     composed[pos] = '\0';
 
     std::memcpy(storage_, composed, pos + 1);

@@ -15,7 +15,8 @@
 
 namespace {
 
-// A line holds at most LINE_SIZE - 1 characters; longer ones end loading.
+// A line holds at most LINE_SIZE - 1 characters; a longer one ends loading
+// and makes the load return false.
 constexpr std::streamsize LINE_SIZE = 1024;
 // A parsed value holds at most this many characters; the option storage
 // bounds it further (see the header).
@@ -305,9 +306,9 @@ bool KivClIniFile::load(std::istream& input, char delimiter, bool newSectionForE
         ++lineNumber_;
         goOn = loader.handle(line);
         // A line too long for the buffer fails the stream: its first part
-        // was the last line.
+        // was the last line, and the rest of the input is not read.
         if (input.fail()) {
-            break;
+            return false;
         }
     }
     return goOn;

@@ -6,6 +6,7 @@
 #include "kiv_memmgr.hpp"
 #include "kiv_msgcat.hpp"
 #include "kiv_string.hpp"
+#include "util/kiv_bounded.hpp"
 
 namespace {
 
@@ -39,14 +40,6 @@ long readNumber(const char* text) {
     return negative ? -value : value;
 }
 
-// Copies text to out from pos on without passing limit; returns the new end.
-unsigned long appendBounded(char* out, unsigned long pos, unsigned long limit, const char* text) {
-    while (*text != '\0' && pos < limit) {
-        out[pos++] = *text++;
-    }
-    return pos;
-}
-
 // The value a reference to variable n prints.
 const char* variableText(long n, const char* const* vars, unsigned long varCount) {
     if (n < 1 || static_cast<unsigned long>(n) > varCount || vars == nullptr ||
@@ -60,7 +53,7 @@ const char* variableText(long n, const char* const* vars, unsigned long varCount
 // text and a NUL into out (limit + 1 bytes); returns the characters written.
 unsigned long expand(char* out, unsigned long limit, const char* text, const char* const* vars,
                      unsigned long varCount) {
-    unsigned long pos = 0;
+    size_t pos = 0;
     const char* p = text == nullptr ? "" : text;
     while (*p != '\0' && pos < limit) {
         if (*p != '%') {
@@ -69,7 +62,7 @@ unsigned long expand(char* out, unsigned long limit, const char* text, const cha
             out[pos++] = '%';
             p += 2;
         } else {
-            pos = appendBounded(out, pos, limit, variableText(readNumber(p + 1), vars, varCount));
+            kivAppendBounded(out, pos, limit, variableText(readNumber(p + 1), vars, varCount));
             // Only the digits right after the '%' belong to the reference.
             for (++p; isDigit(*p); ++p) {
             }

@@ -13,6 +13,7 @@
 #include <iostream>
 
 #include "kiv_file.hpp"
+#include "foundation/kiv_memgrow.hpp"
 #include "kiv_memmgr.hpp"
 #include "kiv_string.hpp"
 
@@ -79,7 +80,7 @@ void KivClNewProcessABase::appendBytes(const char* text, size_t length) {
     if (argumentsLength_ + length > argumentsCapacity_) {
         size_t capacity = argumentsCapacity_ == 0 ? 256 : argumentsCapacity_;
         while (capacity < argumentsLength_ + length) capacity *= 2;
-        arguments_ = static_cast<char*>(kivRealloc(arguments_, capacity));
+        arguments_ = static_cast<char*>(kivGrowBlock(arguments_, argumentsLength_, capacity));
         argumentsCapacity_ = capacity;
     }
     std::memcpy(arguments_ + argumentsLength_, text, length);

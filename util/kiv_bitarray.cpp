@@ -5,53 +5,39 @@
 #include <cstring>
 #include <memory>
 
+#include "foundation/kiv_memgrow.hpp"
 #include "kiv_memmgr.hpp"
 
 namespace {
 
-constexpr size_t COUNT_BYTES = 4;
+// The stream form starts with the bit count in host byte order (the host is
+// little-endian); this memcpy of the 32-bit count is the one place a
+// big-endian port would change.
+constexpr size_t COUNT_BYTES = sizeof(uint32_t);
 // Storage read from a stream grows by at most this much before the bytes
-// have actually arrived.
+// have actually arrived, so a corrupt count cannot make a huge allocation.
 constexpr size_t READ_CHUNK = 64 * 1024;
-
-// The bit count's byte order in the stream form. The stream form uses the
-// host's order and the host is little-endian; writing the bytes out
-// explicitly keeps that the only place a big-endian port would change.
-void encodeCount(uint32_t count, unsigned char* out) {
-    for (size_t i = 0; i < COUNT_BYTES; ++i) out[i] = static_cast<unsigned char>(count >> (8 * i));
-}
-
-uint32_t decodeCount(const unsigned char* in) {
-    uint32_t count = 0;
-    for (size_t i = 0; i < COUNT_BYTES; ++i) count |= static_cast<uint32_t>(in[i]) << (8 * i);
-    return count;
-}
 
 unsigned char* allocateZeroed(size_t bytes) { return static_cast<unsigned char*>(kivCalloc(bytes, 1)); }
 
 using OwnedBytes = std::unique_ptr<unsigned char, void (*)(void*)>;
 
-// Reads exactly total bytes into freshly allocated storage, growing it as
-// the bytes arrive. Null (with failbit set) when the stream ends early.
+// Reads exactly total bytes into fresh storage that doubles as the bytes
+// arrive. Null (with failbit set) when the stream ends early.
 OwnedBytes readStorage(std::istream& in, size_t total) {
-    size_t capacity = std::min(total, READ_CHUNK);
-    OwnedBytes buffer(static_cast<unsigned char*>(kivMalloc(capacity)), kivFree);
-    size_t have = 0;
-    while (have < total) {
-        if (have == capacity) {
-            capacity = std::min(total, capacity * 2);
-            unsigned char* grown = static_cast<unsigned char*>(kivRealloc(buffer.get(), capacity));
-            buffer.release();
-            buffer.reset(grown);
-        }
+    OwnedBytes buffer(nullptr, kivFree);
+    for (size_t have = 0; have < total;) {
+        const size_t capacity = std::min(total, std::max(READ_CHUNK, have * 2));
+        void* grown = kivGrowBlock(buffer.get(), have, capacity);
+        buffer.release();
+        buffer.reset(static_cast<unsigned char*>(grown));
         const size_t want = capacity - have;
         in.read(reinterpret_cast<char*>(buffer.get() + have), static_cast<std::streamsize>(want));
-        const size_t got = static_cast<size_t>(in.gcount());
-        have += got;
-        if (got != want) {
+        if (static_cast<size_t>(in.gcount()) != want) {
             in.setstate(std::ios::failbit);
             return OwnedBytes(nullptr, kivFree);
         }
+        have = capacity;
     }
     return buffer;
 }
@@ -88,20 +74,21 @@ bool KivClBitArray::operator==(const KivClBitArray& other) const {
 }
 
 void KivClBitArray::write(std::ostream& out) const {
-    unsigned char count[COUNT_BYTES];
-    encodeCount(bitCount_, count);
-    out.write(reinterpret_cast<const char*>(count), COUNT_BYTES);
+    char count[COUNT_BYTES];
+    std::memcpy(count, &bitCount_, COUNT_BYTES);
+    out.write(count, COUNT_BYTES);
     out.write(reinterpret_cast<const char*>(bytes_), static_cast<std::streamsize>(getByteCount()));
 }
 
 void KivClBitArray::read(std::istream& in) {
-    unsigned char countBytes[COUNT_BYTES];
-    in.read(reinterpret_cast<char*>(countBytes), COUNT_BYTES);
+    char countBytes[COUNT_BYTES];
+    in.read(countBytes, COUNT_BYTES);
     if (static_cast<size_t>(in.gcount()) != COUNT_BYTES) {
         in.setstate(std::ios::failbit);
         return;
     }
-    const uint32_t count = decodeCount(countBytes);
+    uint32_t count = 0;
+    std::memcpy(&count, countBytes, COUNT_BYTES);
     OwnedBytes storage = readStorage(in, byteCountFor(count));
     if (!storage) return;
     kivFree(bytes_);

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "util/kiv_bounded.hpp"
+
 namespace {
 
 int upper(char c) { return std::toupper(static_cast<unsigned char>(c)); }
@@ -116,4 +118,17 @@ int memicmp(const void* a, const void* b, size_t n) {
         if (diff != 0) return diff;
     }
     return 0;
+}
+
+size_t kivCopyBounded(char* destination, const char* source, size_t limit) {
+    const size_t count = source != nullptr ? strnlen(source, limit) : 0;
+    if (count > 0) std::memmove(destination, source, count);
+    destination[count] = '\0';
+    return count;
+}
+
+bool kivAppendBounded(char* destination, size_t& used, size_t limit, const char* source) {
+    const size_t count = kivCopyBounded(destination + used, source, limit - used);
+    used += count;
+    return source == nullptr || source[count] == '\0';
 }

@@ -239,12 +239,21 @@ TEST(ArgvCursor, FreeCursorVisitsOnlyFreeEntries) {
     const char* usage = "prog (-key <key>) [-v] <file> ...";
     CommandLine onlySwitches{"-key", "K", "-v", "-key", "L"};
     KivClArgvFreeCursor none(onlySwitches.argc(), onlySwitches.argv(), usage);
+    EXPECT_FALSE(none.isValid());  // a new cursor is invalid without free entries
     EXPECT_FALSE(none.setToFirst());
     EXPECT_FALSE(none.setToLast());
 
     // visit moves the cursor through a base-class reference, so these also
     // show that the free moves override the base ones.
     CommandLine mixed{"a", "-key", "K", "b", "-v", "c", "-key"};
+    CommandLine switchFirst{"-v", "-key", "K", "a"};
+    KivClArgvFreeCursor fresh(switchFirst.argc(), switchFirst.argv(), usage);
+    EXPECT_STREQ(fresh.getAsCString(), "a");  // a new cursor stands on the first free entry
+    // positionTo finds switches as the check cursor does.
+    EXPECT_TRUE(fresh.positionTo("key"));
+    EXPECT_EQ(fresh.getIndex(), 2);
+    EXPECT_TRUE(fresh.positionTo("-v"));
+    EXPECT_EQ(fresh.getIndex(), 1);
     KivClArgvFreeCursor cursor(mixed.argc(), mixed.argv(), usage);
     EXPECT_EQ(visit(cursor, true), (Entries{"a", "b", "c"}));
     EXPECT_EQ(visit(cursor, false), (Entries{"c", "b", "a"}));

@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <string>
+#include <vector>
 
 #include "kiv_file.hpp"
 #include "kiv_test_support.hpp"
@@ -83,6 +86,22 @@ TEST(File, Copy) {
     EXPECT_EQ(kivtest::readFile(dir.file("src")), data);
     EXPECT_FALSE(kivtest::fileExists(dir.file("nowhere")) || kivtest::fileExists(dir.file("out")));
     expectResult(src.copyTo(nameAt(dir.file("out")), false), src, 0, KIV_ERRCLASS_UNKNOWN);
+
+    // A write that fails (the file size limit): a target the copy created is
+    // removed; an existing one keeps the bytes written before the failure.
+    kivtest::writeFile(dir.file("old"), "old contents");
+    const kivtest::ChildResult limited = kivtest::runInChild([&] {
+        const struct rlimit limit = {4096, 4096};
+        ::signal(SIGXFSZ, SIG_IGN);
+        if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return 10;
+        KivClFile file = fileAt(dir.file("src"));
+        if (file.copyTo(nameAt(dir.file("new")), false)) return 1;
+        if (file.copyTo(nameAt(dir.file("old")), true)) return 2;
+        return file.getError().errorClass == KIV_ERRCLASS_IO_WRITE_PROBLEM ? 0 : 3;
+    });
+    EXPECT_TRUE(limited.exited && limited.exitCode == 0) << limited.exitCode;
+    EXPECT_FALSE(kivtest::fileExists(dir.file("new")));
+    EXPECT_EQ(kivtest::readFile(dir.file("old")), data.substr(0, 4096));
 }
 
 TEST(File, AttributesRemoveAndRename) {
@@ -178,6 +197,25 @@ TEST(FilePath, ExpandsRelativePaths) {
         EXPECT_EQ(std::string(path), c.out) << c.in;
     }
     EXPECT_FALSE(KivClFileABase::expandRelativePath(nullptr));
+
+    // With the buffer's size: a result that does not fit is refused.
+    ScopedEnv home("HOME", "/home/user");
+    const struct { const char* in; size_t size; bool ok; std::string out; } sized[] = {
+        {"/a/../b/", 9, true, "/b/"},
+        {"/abc/", 6, true, "/abc/"},
+        {"/abc/d", 6, true, "/abc/"},
+        {"~/", 11, false, "~/"},  // "/home/user/" needs 12
+        {"~/", 12, true, "/home/user/"},
+        {"x/", 3, false, "x/"},
+    };
+    for (const auto& c : sized) {
+        std::vector<char> buffer(c.size);  // exactly c.size, so that an overrun shows
+        std::snprintf(buffer.data(), buffer.size(), "%s", c.in);
+        EXPECT_EQ(KivClFileABase::expandRelativePath(buffer.data(), buffer.size()), c.ok) << c.in;
+        EXPECT_EQ(std::string(buffer.data()), c.out) << c.in;
+    }
+    char none[1] = {'\0'};
+    EXPECT_FALSE(KivClFileABase::expandRelativePath(none, 0));
 }
 
 TEST(FilePath, SearchesAlongPathVariables) {
@@ -186,6 +224,10 @@ TEST(FilePath, SearchesAlongPathVariables) {
     ASSERT_EQ(::mkdir(dir.file("bin").c_str(), 0755), 0);
     kivtest::writeFile(dir.file("bin/tool"), "");
     kivtest::writeFile(dir.file("tool"), "");
+    kivtest::writeFile(dir.file("bin/plain"), "");
+    ASSERT_EQ(::chmod(dir.file("bin/tool").c_str(), 0755) | ::chmod(dir.file("tool").c_str(), 0755), 0);
+    // Directories of the searched names come first along the path.
+    ASSERT_EQ(::mkdir(dir.file("one/tool").c_str(), 0755) | ::mkdir(dir.file("one/plain").c_str(), 0755), 0);
     // Empty entries and entries too long for a name are skipped.
     const std::string search = "::/" + std::string(5000, 'x') + ":/" + std::string(4092, 'y') + ":" +
                                dir.file("one") + "::" + dir.file("bin") + ":";
@@ -197,6 +239,7 @@ TEST(FilePath, SearchesAlongPathVariables) {
     const struct { const char* in; const char* variable; bool found; std::string out; } cases[] = {
         {"/elsewhere/tool", "KIV_TEST_SEARCH", true, dir.file("bin/tool")},
         {"nothing", "KIV_TEST_SEARCH", false, dir.file("bin/nothing")},
+        {"plain", "KIV_TEST_SEARCH", true, dir.file("bin/plain")},
         {"tool", "KIV_TEST_UNSET_VARIABLE", false, "tool"},
         {"sh", "PATH", true, ::access("/usr/bin/sh", F_OK) == 0 ? "/usr/bin/sh" : "/bin/sh"},
     };
@@ -219,6 +262,8 @@ TEST(FilePath, SearchesAlongPathVariables) {
         ScopedEnv use("KIV_NEWPROCESS_USEPATH", usePath);
         expectExe(KivClExeFile(KivClFilename("tool")), true, dir.file("bin/tool"));
         expectExe(KivClExeFile(KivClFilename("no-such-tool")), false, "no-such-tool");
+        expectExe(KivClExeFile(KivClFilename("plain")), false, "plain");  // not executable
+        expectExe(KivClExeFile(KivClFilename("")), false, "");
         expectExe(KivClExeFile(nameAt(dir.file("bin/tool"))), false, dir.file("bin/tool"));
         expectExe(KivClExeFile(KivClFilename("/no/dir/tool")), usePath != nullptr,
                   usePath != nullptr ? dir.file("bin/tool") : "/no/dir/tool");
@@ -235,7 +280,9 @@ TEST(FilePath, SearchesAlongPathVariables) {
         const bool inHere = std::string(local.getAsCString()) == std::string(here) + "/tool";
         const KivClExeFile searched(KivClFilename("tool"));
         const bool inBin = std::string(searched.getAsCString()) == dir.file("bin/tool");
-        return local.isFoundInSystemPath() && inHere && inBin ? 0 : 1;
+        // A directory of the name in the working directory does not win.
+        const KivClExeFile directory(KivClFilename("one"), nullptr, true, "PATH");
+        return local.isFoundInSystemPath() && inHere && inBin && !directory.isFoundInSystemPath() ? 0 : 1;
     });
     EXPECT_TRUE(child.exited && child.exitCode == 0) << child.exitCode;
 }

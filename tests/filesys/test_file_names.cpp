@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -66,6 +67,10 @@ TEST(TmpFilename, NamesFromEveryConstructor) {
     kivtest::writeFile(dir.file("plain"), "");
     EXPECT_STREQ(KivClTmpFilename(("/" + std::string(4090, 'd')).c_str(), "x").getAsCString(), "");
     EXPECT_STREQ(KivClTmpFilename(dir.file("plain").c_str(), "x").getAsCString(), "");
+    // A directory whose name holds a backslash would put the name in its parent.
+    ASSERT_EQ(::mkdir(dir.file("a\\b").c_str(), 0755), 0);
+    EXPECT_STREQ(KivClTmpFilename(dir.file("a\\b").c_str(), "x").getAsCString(), "");
+    EXPECT_STREQ(KivClTmpFilename(KivClLocation(dir.file("a\\b").c_str())).getAsCString(), "");
 }
 
 TEST(TmpFilename, NeverNamesAnExistingFile) {

@@ -48,10 +48,10 @@ const NameCase kNameCases[] = {
     {"\\dir\\f.txt", DOS, false, false, "", "\\dir\\f.txt", "f", ".txt", "\\dir", "\\dir\\"},
     {"\\\\srv\\share\\dir\\f", DOS, false, true, "\\\\srv\\share", "\\dir\\f", "f", "",
      "\\\\srv\\share\\dir", "\\\\srv\\share\\dir\\"},
-    // A bare server prefix is DOS style although its path proper is empty.
-    {"\\\\srv\\share", DOS, false, true, "\\\\srv\\share", "", "", "", "", ""},
+    // The path proper decides the style: a bare server prefix is Unix style.
+    {"\\\\srv\\share", UNIX, false, true, "\\\\srv\\share", "", "", "", "", ""},
     // The share name runs to the next backslash, so "share/a/b" is all share.
-    {"\\\\srv\\share/a/b", DOS, false, true, "\\\\srv\\share/a/b", "", "", "", "", ""},
+    {"\\\\srv\\share/a/b", UNIX, false, true, "\\\\srv\\share/a/b", "", "", "", "", ""},
     {"\\\\srv", DOS, false, false, "", "\\\\srv", "srv", "", "\\", "\\\\"},
     {"\\\\", DOS, false, false, "", "\\\\", "", "", "\\", "\\\\"},
     {"/a/b/c.tar.gz", UNIX, false, true, "", "/a/b/c.tar.gz", "c.tar", ".gz", "/a/b", "/a/b/"},
@@ -118,7 +118,7 @@ TEST(Filename, JoinsAndCutsAt4096) {
         {"", "f", "txt", "f.txt"},
         {"/a", "f", "", "/a/f."},
         {"/a", nullptr, "x", "/a/.x"},
-        {"\\\\srv\\share", "f", "t", "\\\\srv\\share\\f.t"},
+        {"\\\\srv\\share\\d", "f", "t", "\\\\srv\\share\\d\\f.t"},
         {"dir", "a\\b", nullptr, "dir/a\\b"},  // the style comes from the path alone
         {full, "base", "ext", full},           // a full path gets no separator
         {full.substr(2), "base", "ext", full.substr(2) + "/b"},
@@ -181,7 +181,11 @@ TEST(FilenameMatch, PathAndBase) {
         {"f", "/anything/f.x", true, true},                // no path matches any path
         {"\\\\srv\\share\\d\\f", "\\\\other\\x\\d\\f", true, true},  // path proper only
         {"/x/abc", "/x/abcd", true, false},
-        {"/x/a.b", "/x/a.b.c", true, false},  // base "a" against base "a.b"
+        // The longer base length counts: base "a" is compared with its
+        // extension against base "a.b", and "a.b" against "a.c".
+        {"/x/a.b", "/x/a.b.c", true, true},
+        {"/x/a.c", "/x/a.b.c", true, false},
+        {"/x/a.b.c", "/x/a.b", true, true},
         {"/x/", "/x/.profile", true, true},   // both base names empty
     };
     for (const auto& [self, other, path, base] : cases) {
@@ -256,6 +260,9 @@ TEST(FilenameChange, ExtensionPathAndNames) {
         {"/a/f.txt", [](KivClFilename& f) { f.setNewExtension(f.getExtension()); }, "/a/f.txt"},
         {"/a/b/f.t", [](KivClFilename& f) { f.setNewPath(f.getPathStart() + 2); }, "/b/f.t/f.t"},
         {"/a/f.txt", [](KivClFilename& f) { f.setNewName(f.getFilePart()); }, "/a/f.txt"},
+        {"/a/p.txt", [](KivClFilename& f) { f.setNew(KivClLocation("/bak"), f.getFilePart()); }, "/bak/p.txt"},
+        {"/a/f.txt", [](KivClFilename& f) { f.init("/x", f.getFilePart(), f.getExtension()); }, "/x/f.txt.txt"},
+        {"/a/f.txt", [](KivClFilename& f) { f.init(f.getName(), "g", f.getExtension()); }, "/a/f.txt/g.txt"},
     };
     for (const auto& [start, change, expected] : cases) {
         SCOPED_TRACE(std::string(start) + " -> " + expected);

@@ -26,7 +26,7 @@ TEST(Location, SeparatorStyleAndRoot) {
         {"C:", false, "C:\\", DOS, true, true},
         {"C:\\x\\", false, "C:\\x\\", DOS, true, false},
         {"\\x", false, "\\x\\", DOS, false, false},
-        {"\\\\srv\\share", false, "\\\\srv\\share\\", DOS, true, true},
+        {"\\\\srv\\share", false, "\\\\srv\\share/", UNIX, true, true},  // empty path proper: Unix
         {"C:\\a\\b", true, "C:/a/b/", DOS, false, false},
         {"\\a\\b", true, "/a/b/", UNIX, true, false},
         {"\\\\srv\\share\\d", true, "\\\\srv\\share/d/", UNIX, true, false},

@@ -2,10 +2,25 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
+#include <new>
 #include <string>
 
 #include "kiv_exception.hpp"
 #include "kiv_test_support.hpp"
+
+namespace {
+// Set in a child to make every allocation through operator new fail.
+bool gRefuseNew = false;
+}  // namespace
+
+void* operator new(std::size_t size) {
+    void* block = gRefuseNew ? nullptr : std::malloc(size == 0 ? 1 : size);
+    if (block == nullptr) throw std::bad_alloc();
+    return block;
+}
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace {
 
@@ -110,4 +125,22 @@ TEST(Assertions, MessageAndFunctionLinesDependOnTheMessage) {
     ASSERT_TRUE(noMessage.signaled);
     EXPECT_EQ(noMessage.err, expectedReport("", "b", "7", "m", std::stol(noMessage.out)));
     EXPECT_EQ(noMessage.err.find("FUNCTION"), std::string::npos);
+}
+
+TEST(Assertions, ReportNeedsNoHeapAndCutsOverlongTexts) {
+    const kivtest::ChildResult noHeap = assertInChild([] {
+        gRefuseNew = true;
+        kiv__assert_msg("p", "m.cpp", 3, "f", "heap gone");
+    });
+    ASSERT_TRUE(noHeap.signaled);
+    EXPECT_EQ(noHeap.err, expectedReport("*** heap gone ***\n***         FUNCTION: f\n", "p", "3",
+                                         "m.cpp", std::stol(noHeap.out)));
+
+    static const std::string longExpression(20000, 'x');
+    const kivtest::ChildResult cut =
+        assertInChild([] { kiv__assert(longExpression.c_str(), "m.cpp", 3); });
+    ASSERT_TRUE(cut.signaled);
+    EXPECT_LT(cut.err.size(), 10000u);
+    EXPECT_EQ(cut.err.substr(cut.err.size() - 3), "\n\n\n");
+    EXPECT_NE(cut.err.find("*** ASSERTION FAILED: xxxx"), std::string::npos);
 }

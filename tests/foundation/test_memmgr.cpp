@@ -188,3 +188,35 @@ TEST_F(MemoryManager, ReallocatorRules) {
     gFail = false;
     kivFree(kept);  // the failing reallocator left the block alone
 }
+
+TEST_F(MemoryManager, TheSystemLibraryFunctionsInstallTheSystemHeap) {
+    kivSetNewMemoryManager(countingAllocator, nullptr, countingDeallocator);
+    ASSERT_TRUE(kivSetNewMemoryManager(malloc, nullptr, free));
+    EXPECT_FALSE(KivClMemoryManager::hasUserDefinedMgr());
+    char* block = static_cast<char*>(kivMalloc(4));
+    std::memcpy(block, "abc", 4);
+    block = static_cast<char*>(kivRealloc(block, 1 << 20));
+    EXPECT_STREQ(block, "abc");
+    kivFree(block);
+    EXPECT_EQ(gAllocations + gDeallocations, 0);
+}
+
+TEST_F(MemoryManager, NullAllocatorOrDeallocatorIsRefusedAndHooksStay) {
+    struct Row {
+        bool withAllocator;
+        bool withDeallocator;
+    };
+    const Row rows[] = {{false, true}, {true, false}, {false, false}};
+    for (const Row& row : rows) {
+        kivSetNewMemoryManager(countingAllocator, countingReallocator, countingDeallocator);
+        EXPECT_FALSE(kivSetNewMemoryManager(row.withAllocator ? countingAllocator : nullptr,
+                                            nullptr,
+                                            row.withDeallocator ? countingDeallocator : nullptr));
+        EXPECT_FALSE(kivSetNewMemoryManager(row.withAllocator ? malloc : nullptr, realloc,
+                                            row.withDeallocator ? free : nullptr));
+        kivFree(kivRealloc(kivMalloc(8), 16));  // would jump to null if installed
+    }
+    EXPECT_EQ(gAllocations, 3);
+    EXPECT_EQ(gReallocations, 3);
+    EXPECT_EQ(gDeallocations, 3);
+}

@@ -179,13 +179,15 @@ TEST(IniLoader, BufferLengthDelimiterAndLineLimits) {
     EXPECT_TRUE(ini.loadFromBuffer(withZero, sizeof(withZero) - 1, '\n', true, false));
     expectOptions(ini, "Z", {{"a", "1", ""}, {"b", "2", ""}});
 
-    // A line over 1,023 characters is cut there and is the last one loaded.
+    // A line over 1,023 characters is cut there and is the last one loaded,
+    // and the load reports that the input was not read to its end.
     LoadedIni longLine("[S]\nv=" + std::string(2000, 'x') + "\nafter=1\n");
-    EXPECT_TRUE(longLine.result);
+    EXPECT_FALSE(longLine.result);
     EXPECT_EQ(optionNames(longLine.ini, longLine.ini.getFirstSection()), Names{"v"});
     EXPECT_EQ(value(longLine.ini, "S", "v"), std::string(1021, 'x'));
     EXPECT_EQ(longLine.ini.getLineNumber(), 2u);
     LoadedIni exact("[S]\nv=" + std::string(1020, 'y') + ";\nafter=1\n");
+    EXPECT_TRUE(exact.result);
     expectOptions(exact.ini, "S", {{"v", std::string(1020, 'y'), ""}, {"after", "1", ""}});
 }
 
@@ -224,6 +226,13 @@ TEST(IniLoader, LoadsTheNamedFile) {
     EXPECT_TRUE(ini.load(false));
     EXPECT_EQ(sectionNames(ini), (Names{"A", "a"}));
     EXPECT_EQ(recorder.reports, (std::vector<Report>{{kBlank, 5}}));
+    // A 1,000-character line loads whole; a longer one makes load fail.
+    writeFile(dir.file("wide.ini"), "[W]\nv=" + std::string(998, 'w') + "\n");
+    KivClIniFile wide(KivClFilename(dir.file("wide.ini").c_str()));
+    EXPECT_TRUE(wide.load(false));
+    EXPECT_EQ(value(wide, "W", "v"), std::string(998, 'w'));
+    writeFile(dir.file("wide.ini"), "[W]\nv=" + std::string(1100, 'w') + "\n");
+    EXPECT_FALSE(wide.load(false));
     // A second load resets the line number and appends.
     EXPECT_TRUE(ini.load(true));
     EXPECT_EQ(sectionNames(ini), (Names{"A", "a", "A", "a"}));

@@ -3,6 +3,7 @@
 
 #include <climits>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -93,30 +94,31 @@ TEST(IniSave, SavingToTheNamedFile) {
     EXPECT_FALSE(unwritable2.saveSection(stream, "S", nullptr));
 }
 
-TEST(IniSave, QuotingEscapesAndRoundTrip) {
+TEST(IniSave, VariedModelsSaveAndLoadBackEqual) {
     TempDir dir;
-    // {name, value, as written after "name\t= ", as loaded back}. Values with
-    // a ";" or a control character are quoted and come back identical; the
-    // others are written as they are and loaded as plain text. A double quote
-    // inside a quoted value is written unescaped and ends the quoted string.
-    // A hexadecimal digit right after a "\x" escape is escaped too, so that
-    // the loader does not read it as part of the number.
+    const ScopedEnv home("KIVINI_HOME", "/home/x");
+    // {name, value, as written after "name\t= "}. Values the plain form would
+    // change are quoted; a hexadecimal digit right after a "\x" escape is
+    // escaped too, so that the loader does not read it as part of the number.
     const std::vector<std::vector<std::string>> table = {
-        {"semi", "a;b;c", "\"a;b;c\"", "a;b;c"},
-        {"tab", "\tlead and trail\t", "\"\\tlead and trail\\t\"", "\tlead and trail\t"},
-        {"named", "\a\b\f\n\r\v", "\"\\a\\b\\f\\n\\r\\v\"", "\a\b\f\n\r\v"},
-        {"ctl", "x\x01y\x1f\x7fz", "\"x\\x01y\\x1f\\x7fz\"", "x\x01y\x1f\x7fz"},
-        {"hexnext", "\x01" "a9g\x03" "F", "\"\\x01\\x61\\x39g\\x03\\x46\"", "\x01" "a9g\x03" "F"},
-        {"afterx", "\x01\ta", "\"\\x01\\ta\"", "\x01\ta"},
-        {"blanks", "  padded ; value  ", "\"  padded ; value  \"", "  padded ; value  "},
-        {"single", "it's ';' here", "\"it's ';' here\"", "it's ';' here"},
-        {"backslash", "c:\\dir;1", "\"c:\\\\dir;1\"", "c:\\dir;1"},
-        {"mixed", "say \"hi\";x", "\"say \"hi\";x\"", "say hi;x"},
-        {"plainblanks", "  padded  ", "  padded  ", "padded"},
-        {"quotechar", "'x'", "'x'", "x"},
-        {"quotes", "  \"q\\tx\" 'c' \\ ", "  \"q\\tx\" 'c' \\ ", "q\tx c \\"},
-        {"backslash2", "a\\tb", "a\\tb", "a\\tb"},
-        {"high", "caf\xc3\xa9", "caf\xc3\xa9", "caf\xc3\xa9"},
+        {"semi", "a;b;c", "\"a;b;c\""},
+        {"tab", "\tlead and trail\t", "\"\\tlead and trail\\t\""},
+        {"named", "\a\b\f\n\r\v", "\"\\a\\b\\f\\n\\r\\v\""},
+        {"ctl", "x\x01y\x1f\x7fz", "\"x\\x01y\\x1f\\x7fz\""},
+        {"hexnext", "\x01" "a9g\x03" "F", "\"\\x01\\x61\\x39g\\x03\\x46\""},
+        {"apostrophe", "Don't panic", "\"Don't panic\""},
+        {"dquote", "x\"y;z", "\"x\\\"y;z\""},
+        {"quotechar", "'x'", "\"'x'\""},
+        {"apostrophe2", "'", "\"'\""},
+        {"env", "$(KIVINI_HOME)/a", "\"$(KIVINI_HOME)/a\""},
+        {"lead", "  padded", "\"  padded\""},
+        {"trail", "padded ", "\"padded \""},
+        {"backslash", "c:\\dir;1", "\"c:\\\\dir;1\""},
+        {"plainslash", "a\\tb\\", "a\\tb\\"},
+        {"dollar", "$HOME a=b", "$HOME a=b"},
+        {"number", "-42", "-42"},
+        {"bool", "ON", "ON"},
+        {"high", "caf\xc3\xa9", "caf\xc3\xa9"},
     };
     std::string expected = "\n[R]\n";
     {
@@ -135,6 +137,56 @@ TEST(IniSave, QuotingEscapesAndRoundTrip) {
     ASSERT_TRUE(back.load(false));
     EXPECT_TRUE(recorder.reports.empty());
     for (const auto& row : table) {
-        EXPECT_EQ(entry(back, "R", row[0].c_str()), std::make_pair(row[3], std::string())) << row[0];
+        EXPECT_EQ(entry(back, "R", row[0].c_str()), std::make_pair(row[1], std::string())) << row[0];
+    }
+}
+
+TEST(IniSave, WhatNoLayoutCanCarryIsRefusedAndNothingIsWritten) {
+    TempDir dir;
+    const std::string path = dir.file("keep.ini");
+    // Models that cannot be saved, {section, option, value}: the file keeps
+    // its old contents. The last two make lines too long, the last one only
+    // once its control characters are escaped.
+    const std::vector<std::vector<std::string>> models = {
+        {"a]b", "k", "v"}, {"a\nb", "k", "v"}, {"S", "[k", "v"}, {"S", ";k", "v"}, {"S", "a=b", "v"},
+        {"S", "a b", "v"}, {"S", "a\tb", "v"}, {"S", "a\nb", "v"},
+        {"S", std::string(600, 'n'), std::string(600, 'v')}, {"S", "k", std::string(300, '\x01')},
+    };
+    for (const auto& model : models) {
+        writeFile(path, "precious");
+        KivClIniFileSave ini(KivClFilename(path.c_str()));
+        ini.addSection(model[0].c_str());
+        ASSERT_TRUE(ini.addOption(model[0].c_str(), model[1].c_str(), model[2].c_str()));
+        EXPECT_FALSE(ini.save()) << model[0] << "/" << model[1];
+        std::ostringstream out;
+        EXPECT_FALSE(ini.save(out));
+        EXPECT_EQ(out.str(), "");
+        EXPECT_EQ(readFile(path), "precious") << model[0] << "/" << model[1];
+    }
+
+    // Single entries: false, nothing written, an unopened file left alone.
+    KivClIniFileSave ini(KivClFilename(path.c_str()));
+    const std::vector<std::function<bool(std::ostream&)>> entries = {
+        [&](std::ostream& o) { return ini.saveSection(o, "a]b", nullptr); },
+        [&](std::ostream& o) { return ini.saveSection(o, "a\nb", nullptr); },
+        [&](std::ostream& o) { return ini.saveSection(o, "S", "two\nlines"); },
+        [&](std::ostream& o) { return ini.saveOption(o, "", "v", nullptr); },
+        [&](std::ostream& o) { return ini.saveOption(o, "a b", "v", nullptr); },
+        [&](std::ostream& o) { return ini.saveOption(o, "k", "v", "two\nlines"); },
+        [&](std::ostream& o) { return ini.saveOption(o, "k", "v", " lead"); },
+        [&](std::ostream& o) { return ini.saveOption(o, "k", std::string(1100, 'v').c_str(), nullptr); },
+        [&](std::ostream& o) { return ini.saveOption(o, "[k", 5, nullptr); },
+        [&](std::ostream& o) { return ini.saveOptionBool(o, "k=", true, nullptr); },
+        [&](std::ostream& o) { return ini.saveOption(o, "k", '\0', nullptr); },
+        [&](std::ostream& o) { return ini.saveOption(o, ";k"); },
+        [&](std::ostream& o) { return ini.saveComment(o, "a\nb"); },
+    };
+    for (size_t i = 0; i < entries.size(); ++i) {
+        std::ostringstream out;
+        EXPECT_FALSE(entries[i](out)) << i;
+        EXPECT_EQ(out.str(), "") << i;
+        std::ofstream unopened;
+        EXPECT_FALSE(entries[i](unopened)) << i;
+        EXPECT_EQ(readFile(path), "precious") << i;
     }
 }

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "kiv_file.hpp"
+#include "kiv_memmgr.hpp"
 #include "kiv_process.hpp"
 #include "kiv_test_support.hpp"
 
@@ -33,6 +34,9 @@ bool waitUntilGone(pid_t pid) {
     for (int i = 0; i < 500 && ::kill(pid, 0) == 0; ++i) ::usleep(10000);
     return ::kill(pid, 0) != 0 && errno == ESRCH;
 }
+
+// A user heap that is the system heap in disguise, without a reallocator.
+void* userAllocator(unsigned int size) { return KivClMemoryManager::systemAllocator(size); }
 
 }  // namespace
 
@@ -90,6 +94,21 @@ TEST(SyncProcess, PassesArgumentsInOrder) {
     ASSERT_TRUE(p.launch());
     EXPECT_EQ(kivtest::readFile(out), "[zero][-5][4294967295][-2147483648][two words][][later]");
     EXPECT_EQ(p.getArgumentCount(), 10u);
+}
+
+TEST(SyncProcess, ArgumentsGrowUnderAnAllocatorWithoutReallocator) {
+    kivSetNewMemoryManager(userAllocator, nullptr, KivClMemoryManager::systemDeallocator);
+    {
+        const std::string word(3000, 'w');
+        ShellRun<> run("test ${#1} = 3000 && test ${#2} = 3000");
+        run.process.addArgument("$0");
+        run.process.addArgument(word.c_str());
+        run.process.addArgument(word.c_str());
+        EXPECT_TRUE(run.process.launch());
+        EXPECT_EQ(run.process.getResult(), 0);
+    }
+    kivSetNewMemoryManager(KivClMemoryManager::systemAllocator, nullptr,
+                           KivClMemoryManager::systemDeallocator);
 }
 
 TEST(AsyncProcess, ReturnsAtOnceAndLeavesNoZombie) {

@@ -141,3 +141,19 @@ TEST(BitArray, ShortOrCorruptStreamLeavesArrayUnchanged) {
                                             KivClMemoryManager::systemDeallocator);
     EXPECT_TRUE(largestRequest > 0 && largestRequest <= 64u * 1024u) << largestRequest;
 }
+
+TEST(BitArray, ArrayOverSixtyFourKibReadsUnderAnAllocatorWithoutReallocator) {
+    KivClBitArray written(1000000);  // 125,001 storage bytes
+    written.setBit(0);
+    written.setBit(999999);
+    const std::string form = streamForm(written);
+    KivClMemoryManager::setNewMemoryManager(recordingAllocator, nullptr,
+                                            KivClMemoryManager::systemDeallocator);
+    KivClBitArray read(8);
+    std::istringstream in(form);
+    read.read(in);
+    KivClMemoryManager::setNewMemoryManager(KivClMemoryManager::systemAllocator, nullptr,
+                                            KivClMemoryManager::systemDeallocator);
+    EXPECT_FALSE(in.fail());
+    EXPECT_EQ(streamForm(read), form);
+}
