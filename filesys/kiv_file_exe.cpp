@@ -1,6 +1,8 @@
 // Executables: names completed from a search path or the working directory.
 #include <unistd.h>
 
+#include <cstring>
+
 #include "kiv_envvar.hpp"
 #include "kiv_file.hpp"
 
@@ -43,8 +45,10 @@ bool KivClExeFile::determinePath(bool tryCurrentDirectory, const char* variable)
             return true;
         }
     }
-    foundInSystemPath_ =
-        searchEnvVarPath(name_, variable != nullptr ? variable : getSystemPathEnvironmentVariable(), true);
+    // Programs found along PATH must be executable; files along any other
+    // search path (shared libraries along LD_LIBRARY_PATH) need only exist.
+    const char* searched = variable != nullptr ? variable : getSystemPathEnvironmentVariable();
+    foundInSystemPath_ = searchEnvVarPath(name_, searched, std::strcmp(searched, kSystemPathVariable) == 0);
     if (!foundInSystemPath_) name_.removePath();
     return foundInSystemPath_;
 }
