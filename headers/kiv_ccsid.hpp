@@ -99,14 +99,15 @@ public:
     // gives 0.
     static KivEnCCSID getCCSIDForUCS2EndianId(const char* id);
 
-    // The CCSID of the locale's codeset as ICU's alias data knows it, found
-    // once per process; 1208 when ICU cannot open a converter for it.
+    // The CCSID of the codeset of the locale the environment selects (LC_ALL,
+    // LC_CTYPE, LANG), mapped through ICU's alias data; found once per process
+    // and cached. 1208 when the locale or its codeset is unusable.
     static KivEnCCSID getConsoleCCSID();
     // The same value as getConsoleCCSID().
     static KivEnCCSID getSystemCCSID() { return getConsoleCCSID(); }
     // The CCSID that ICU's alias data gives a codeset name ("ISO-8859-1"
     // gives 819); 1208 when ICU cannot open a converter for the name or knows
-    // no CCSID for it. This is how the console CCSID is found.
+    // no IBM CCSID for it (-1 or 0). This is how the console CCSID is found.
     static KivEnCCSID getCCSIDForCodesetName(const char* codeset);
 
     // The registry row bound to this object (after determineProperties()).

@@ -1,6 +1,9 @@
 // The CCSID registry and KivClCCSID.
 #include "kiv_ccsid.hpp"
 
+#include <langinfo.h>
+#include <locale.h>
+
 #include <cstdlib>
 #include <cstring>
 
@@ -542,16 +545,24 @@ KivClCCSID::KivEnCCSID KivClCCSID::getCCSIDForCodesetName(const char* codeset) {
     if (U_FAILURE(status) || converter == nullptr) return CCSID_UTF8;
     const int32_t ccsid = ucnv_getCCSID(converter, &status);
     ucnv_close(converter);
-    if (U_FAILURE(status) || ccsid == -1) return CCSID_UTF8;
+    // ICU reports a converter without an IBM number as -1 (or 0).
+    if (U_FAILURE(status) || ccsid <= 0) return CCSID_UTF8;
     return static_cast<KivEnCCSID>(ccsid);
 }
 
 KivClCCSID::KivEnCCSID KivClCCSID::getConsoleCCSID() {
     if (s_enConsoleCCSID == CCSID_NONE) {
-        // ICU derives its default converter name from the locale's codeset.
-        const char* codeset = ucnv_getDefaultName();
-        s_enConsoleCCSID = codeset != nullptr && *codeset != '\0' ? getCCSIDForCodesetName(codeset)
-                                                                   : CCSID_UTF8;
+        // The codeset of the locale that the environment selects (LC_ALL,
+        // LC_CTYPE, LANG), read without touching the process locale. ICU's own
+        // default name is not used: ICU builds that assume UTF-8 always give it.
+        KivEnCCSID ccsid = CCSID_UTF8;
+        const locale_t locale = newlocale(LC_CTYPE_MASK, "", static_cast<locale_t>(0));
+        if (locale != static_cast<locale_t>(0)) {
+            const char* codeset = nl_langinfo_l(CODESET, locale);
+            if (codeset != nullptr && *codeset != '\0') ccsid = getCCSIDForCodesetName(codeset);
+            freelocale(locale);
+        }
+        s_enConsoleCCSID = ccsid;
     }
     return s_enConsoleCCSID;
 }

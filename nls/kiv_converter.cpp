@@ -100,6 +100,9 @@ unsigned int KivClConverterABase::convertBytes(char* target, unsigned int target
 }
 
 bool KivClConverterABase::openIconv() {
+    // glibc reads an unknown name such as "???" as the locale's codeset, so
+    // only registered code pages go to iconv.
+    if (!source_.isValid() || !target_.isValid()) return false;
     iconv_ = iconv_open(target_.getName(), source_.getName());
     if (iconv_ == kNoIconv) return false;
     method_ = kivConvertByUsingIconv;
