@@ -40,16 +40,16 @@
 // 1252: ICU ucnv_openCCSID(1252, UCNV_IBM)
 // 274: glibc iconv IBM274
 // 423: glibc iconv IBM423
-//   423: checked against npm codepage table 20423: 8 differences (position:ours/theirs 0x0000:0x0000/0x009F 0x0001:0x0001/0x009F 0x006A:0xFFFD/0x007C 0x0074:0xFFFD/0x00A0 0x00AF:0x03C2/0x03C3 0x00BA:0x03C3/0x03C2 ...)
+//   423: checked against npm codepage table 20423: 6 differences (position:ours/theirs 0x006A:0xFFFD/0x007C 0x0074:0xFFFD/0x00A0 0x00AF:0x03C2/0x03C3 0x00BA:0x03C3/0x03C2 0x00CA:0xFFFD/0x00AD 0x00CC:0x00C2/0x00E2)
 // 833: ICU converter ibm-933_P110-1995 (single-byte state)
-//   833: checked against npm codepage table 20833: 41 differences (position:ours/theirs 0x0000:0x0000/0x009F 0x0001:0x0001/0x009F 0x0041:0x001A/0xFFFD 0x0051:0x001A/0xFFFD 0x0071:0x001A/0xFFFD 0x0090:0x001A/0xFFFD ...)
+//   833: checked against npm codepage table 20833: 0 differences
 // 836: ICU converter ibm-935_P110-1999 (single-byte state)
 // 891: glibc iconv IBM891
-// 924: npm codepage table 20924
+// 924: npm codepage table 20924 (0x00 and 0x01 given as U+009F there; taken as U+0000, U+0001)
 // 1027: ICU converter ibm-939_P120-1999 (single-byte state)
 //   1027: checked against ICU converter ibm-5035 (single-byte state): 0 differences
 // 1041: ICU converter ibm-942_P12A-1999
-//   1041: checked against ICU converter ibm-943_P130-1999: 7 differences (position:ours/theirs 0x005C:0x005C/0x00A5 0x007E:0x007E/0x203E 0x0080:0x00A2/0x001A 0x00A0:0x00A3/0x001A 0x00FD:0x00AC/0x001A 0x00FE:0x005C/0x001A ...)
+//   1041: checked against ICU converter ibm-943_P130-1999: 7 differences (position:ours/theirs 0x005C:0x005C/0x00A5 0x007E:0x007E/0x203E 0x0080:0x00A2/0x001A 0x00A0:0x00A3/0x001A 0x00FD:0x00AC/0x001A 0x00FE:0x005C/0x001A 0x00FF:0x007E/0x001A)
 // 1046: glibc iconv IBM1046
 // 1088: ICU converter ibm-949_P110-1999
 // 1114: ICU converter ibm-950_P110-1999
@@ -970,7 +970,7 @@ const _KivStSBCSTable kivSBCSTables[] = {
      }},
     {924,
      {
-      KIV_BE16(0x009F), KIV_BE16(0x009F), KIV_BE16(0x0002), KIV_BE16(0x0003), KIV_BE16(0x009C), KIV_BE16(0x0009), KIV_BE16(0x0086), KIV_BE16(0x007F),
+      KIV_BE16(0x0000), KIV_BE16(0x0001), KIV_BE16(0x0002), KIV_BE16(0x0003), KIV_BE16(0x009C), KIV_BE16(0x0009), KIV_BE16(0x0086), KIV_BE16(0x007F),
       KIV_BE16(0x0097), KIV_BE16(0x008D), KIV_BE16(0x008E), KIV_BE16(0x000B), KIV_BE16(0x000C), KIV_BE16(0x000D), KIV_BE16(0x000E), KIV_BE16(0x000F),
       KIV_BE16(0x0010), KIV_BE16(0x0011), KIV_BE16(0x0012), KIV_BE16(0x0013), KIV_BE16(0x009D), KIV_BE16(0x000A), KIV_BE16(0x0008), KIV_BE16(0x0087),
       KIV_BE16(0x0018), KIV_BE16(0x0019), KIV_BE16(0x0092), KIV_BE16(0x008F), KIV_BE16(0x001C), KIV_BE16(0x001D), KIV_BE16(0x001E), KIV_BE16(0x001F),

@@ -76,6 +76,13 @@ public:
             std::ifstream in(dumpDir + "/" + source.name + ".txt");
             unsigned int value;
             while (in >> std::hex >> value) dump_.push_back(static_cast<uint16_t>(value));
+            // The package's EBCDIC tables give U+009F for both 0x00 and 0x01;
+            // in every EBCDIC code page (and in its own 1047) they are NUL and SOH.
+            if (dump_.size() == 256 && dump_[0] == 0x9F && dump_[1] == 0x9F) {
+                dump_[0] = 0x0000;
+                dump_[1] = 0x0001;
+                corrected_ = true;
+            }
         }
     }
     ~Decoder() {
@@ -84,6 +91,9 @@ public:
     }
     Decoder(const Decoder&) = delete;
     Decoder& operator=(const Decoder&) = delete;
+
+    // True when the source's data needed the NUL/SOH correction above.
+    bool corrected() const { return corrected_; }
 
     bool ok() const { return icu_ != nullptr || iconv_ != reinterpret_cast<iconv_t>(-1) || dump_.size() == 256; }
 
@@ -142,6 +152,7 @@ private:
     UConverter* icu_ = nullptr;
     iconv_t iconv_ = reinterpret_cast<iconv_t>(-1);
     std::vector<uint16_t> dump_;
+    bool corrected_ = false;
 };
 
 Source icuCcsid(unsigned int ccsid) { return {Kind::IcuCcsid, std::to_string(ccsid), false}; }
@@ -224,13 +235,14 @@ std::string compare(const std::string& label, size_t count, Get get, Decoder& ot
     for (size_t i = 0; i < count; ++i) {
         uint16_t mine = 0, theirs = 0;
         if (!get(i, other, mine, theirs)) continue;
-        if (mine != theirs) {
-            if (differences < 6) first += " " + hex4(static_cast<unsigned int>(i)) + ":" + hex4(mine) + "/" + hex4(theirs);
+        const bool bothUnmapped = (mine == kSubstitute || mine == kUnmapped) && (theirs == kSubstitute || theirs == kUnmapped);
+        if (mine != theirs && !bothUnmapped) {
+            if (differences < 12) first += " " + hex4(static_cast<unsigned int>(i)) + ":" + hex4(mine) + "/" + hex4(theirs);
             ++differences;
         }
     }
     return "//   " + label + ": checked against " + describe(source) + ": " + std::to_string(differences) +
-           " differences" + (differences ? " (position:ours/theirs" + first + (differences > 6 ? " ...)" : ")") : "") +
+           " differences" + (differences ? " (position:ours/theirs" + first + (differences > 12 ? " ...)" : ")") : "") +
            "\n";
 }
 
@@ -248,7 +260,8 @@ bool writeSbcs(const std::string& dir, const std::string& dumpDir, const std::st
         }
         std::vector<uint16_t>& values = tables[spec.ccsid];
         for (unsigned int b = 0; b < 256; ++b) values.push_back(first.single(static_cast<unsigned char>(b)));
-        notes += "// " + std::to_string(spec.ccsid) + ": " + describe(spec.sources[0]) + "\n";
+        notes += "// " + std::to_string(spec.ccsid) + ": " + describe(spec.sources[0]) +
+                 (first.corrected() ? " (0x00 and 0x01 given as U+009F there; taken as U+0000, U+0001)" : "") + "\n";
         for (size_t s = 1; s < spec.sources.size(); ++s) {
             Decoder other(spec.sources[s], dumpDir);
             notes += compare(std::to_string(spec.ccsid), 256,
