@@ -48,10 +48,18 @@ const uint8_t kTrailingBytes[256] = {
     2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 3, 3, 3, 3, 3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 5, 5};
 const uint32_t kOffsets[6] = {0x00000000u, 0x00003080u, 0x000E2080u, 0x03C82080u, 0xFA082080u, 0x82082080u};
 
-// Decodes the n + 1 bytes of one sequence whose lead byte has n trailing bytes.
+// Decodes the n + 1 bytes of one sequence whose lead byte has n trailing
+// bytes: accumulate six bits a byte, then remove the marker bits.
 inline uint32_t decodeUtf8(const unsigned char* at, unsigned int trailing) {
     uint32_t value = 0;
-    for (unsigned int i = 0; i <= trailing; ++i) value = (value << 6) + at[i];
+    switch (trailing) {
+        case 5: value = (value + *at++) << 6; [[fallthrough]];
+        case 4: value = (value + *at++) << 6; [[fallthrough]];
+        case 3: value = (value + *at++) << 6; [[fallthrough]];
+        case 2: value = (value + *at++) << 6; [[fallthrough]];
+        case 1: value = (value + *at++) << 6; [[fallthrough]];
+        default: value += *at;
+    }
     return value - kOffsets[trailing];
 }
 
@@ -273,16 +281,27 @@ unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverte
     const unsigned int capacity = state.targetSize & ~1u;
     unsigned int out = 0;
     while (in < end) {
-        // Runs of ASCII go eight bytes at a time.
-        while (end - in >= 8 && capacity - out >= 16) {
-            uint64_t word;
-            memcpy(&word, in, sizeof word);
-            if ((word & 0x8080808080808080ull) != 0) break;
-            for (unsigned int i = 0; i < 8; ++i) putUnit(state.target + out + 2 * i, in[i]);
-            in += 8;
-            out += 16;
+        if (*in < 0x80) {
+            // Runs of ASCII go eight bytes at a time, single ASCII bytes directly.
+            if (end - in >= 8 && capacity - out >= 16) {
+                uint64_t word;
+                memcpy(&word, in, sizeof word);
+                if ((word & 0x8080808080808080ull) == 0) {
+                    for (unsigned int i = 0; i < 8; ++i) putUnit(state.target + out + 2 * i, in[i]);
+                    in += 8;
+                    out += 16;
+                    continue;
+                }
+            }
+            if (capacity - out < 2) {
+                ++in;
+                tooBig(state);
+                break;
+            }
+            putUnit(state.target + out, *in++);
+            out += 2;
+            continue;
         }
-        if (in >= end) break;
         const unsigned int trailing = kTrailingBytes[*in];
         if (static_cast<size_t>(end - in) <= trailing) {
             incomplete(state);
@@ -338,6 +357,15 @@ unsigned int kivConvertByAlgorithmUCS2toUTF8(KivClConverterABase::_KivStConverte
         }
         if (i >= units) break;
         const uint32_t unit = getUnit(source + 2 * i);
+        if (unit < 0x80u) {
+            ++i;
+            if (out >= capacity) {
+                tooBig(state);
+                break;
+            }
+            target[out++] = static_cast<unsigned char>(unit);
+            continue;
+        }
         unsigned int consumed = 1;
         uint32_t codePoint = unit;
         if (unit >= 0xD800u && unit <= 0xDBFFu) {
