@@ -1,0 +1,485 @@
+// The conversion methods: plain functions that a converter selects once and
+// calls for every conversion.
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+
+#include "kiv_converter.hpp"
+#include "kiv_icu_interface.hpp"
+#include "kiv_memmgr.hpp"
+
+namespace {
+
+typedef KivClConverterABase::_KivStConverter State;
+
+// Host-order UCS-2 units at any alignment.
+inline void putUnit(char* at, uint16_t unit) { memcpy(at, &unit, sizeof unit); }
+inline uint16_t getUnit(const char* at) {
+    uint16_t unit;
+    memcpy(&unit, at, sizeof unit);
+    return unit;
+}
+
+inline void fail(const State& state, uint32_t errorId, KivEnErrorClass errorClass) {
+    state.converter->setError(errorId, errorClass);
+}
+inline void incomplete(const State& state) {
+    fail(state, KIV_ERRID_CPCONVERTER_INCOMPLETE, KIV_ERRCLASS_USER_DATA_ERROR);
+}
+inline void tooBig(const State& state) { fail(state, KIV_ERRID_CPCONVERTER_TOO_BIG, KIV_ERRCLASS_DATA_OUT_OF_BOUNDS); }
+
+constexpr uint16_t kNextLine = 0x0085;
+constexpr uint16_t kLineFeed = 0x000A;
+constexpr unsigned char kShiftOut = 0x0E;
+constexpr unsigned char kShiftIn = 0x0F;
+constexpr uint32_t kReplacementCharacter = 0xFFFD;
+constexpr uint32_t kNonCharacter = 0xFFFF;
+
+// Trailing bytes by UTF-8 lead byte, and the offsets that remove the marker
+// bits after accumulation.
+const uint8_t kTrailingBytes[256] = {
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+    1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1,
+    2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 3, 3, 3, 3, 3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 5, 5};
+const uint32_t kOffsets[6] = {0x00000000u, 0x00003080u, 0x000E2080u, 0x03C82080u, 0xFA082080u, 0x82082080u};
+
+// Decodes the n + 1 bytes of one sequence whose lead byte has n trailing
+// bytes: accumulate six bits a byte, then remove the marker bits.
+inline uint32_t decodeUtf8(const unsigned char* at, unsigned int trailing) {
+    uint32_t value = 0;
+    switch (trailing) {
+        case 5: value = (value + *at++) << 6; [[fallthrough]];
+        case 4: value = (value + *at++) << 6; [[fallthrough]];
+        case 3: value = (value + *at++) << 6; [[fallthrough]];
+        case 2: value = (value + *at++) << 6; [[fallthrough]];
+        case 1: value = (value + *at++) << 6; [[fallthrough]];
+        default: value += *at;
+    }
+    return value - kOffsets[trailing];
+}
+
+// How many source bytes a one-unit-per-byte method may take without writing
+// past the target; sets CPCONVERTER_TOO_BIG when that is fewer than given.
+inline unsigned int bytesThatFit(const State& state, unsigned int unitsPerByte) {
+    const unsigned int room = state.targetSize / (2 * unitsPerByte);
+    if (state.sourceSize <= room) return state.sourceSize;
+    tooBig(state);
+    return room;
+}
+
+// Whole UCS-2 units of the source that fit a one-byte-per-unit target; sets
+// CPCONVERTER_INCOMPLETE for an odd byte count and CPCONVERTER_TOO_BIG when
+// the target is too small.
+inline unsigned int unitsThatFit(const State& state) {
+    if ((state.sourceSize & 1u) != 0) incomplete(state);
+    const unsigned int units = state.sourceSize / 2;
+    if (units <= state.targetSize) return units;
+    tooBig(state);
+    return state.targetSize;
+}
+
+unsigned int copyUnits(State& state, bool swap) {
+    unsigned int count = state.sourceSize < state.targetSize ? state.sourceSize : state.targetSize;
+    if ((count & 1u) != 0) {
+        incomplete(state);
+        --count;
+    }
+    const char* source = *state.source;
+    if (swap) {
+        for (unsigned int i = 0; i < count; i += 2) {
+            state.target[i] = source[i + 1];
+            state.target[i + 1] = source[i];
+        }
+    } else if (count > 0) {
+        memmove(state.target, source, count);
+    }
+    *state.source += count;
+    return count;
+}
+
+template <bool kEbcdic>
+unsigned int convertSingleByte(State& state) {
+    const uint16_t* table = static_cast<const uint16_t*>(state.converter->getTable());
+    const unsigned int count = bytesThatFit(state, 1);
+    const unsigned char* source = reinterpret_cast<const unsigned char*>(*state.source);
+    char* target = state.target;
+    for (unsigned int i = 0; i < count; ++i) {
+        uint16_t unit = kivUcs2FromTable(table[source[i]]);
+        if (kEbcdic) unit = unit == kNextLine ? kLineFeed : unit;
+        putUnit(target + 2 * i, unit);
+    }
+    *state.source += count;
+    return 2 * count;
+}
+
+// Page number of a lead byte; the substitution page for any other byte.
+inline const uint16_t* pageOf(const _KivStDBCSTable* table, unsigned char byte) {
+    const unsigned int index = table->pageIndex[byte];
+    return table->pages + 256u * (index != 0 ? index - 1 : KIV_DBCS_SUBSTITUTION_PAGE);
+}
+
+// Ends a double-byte walk whose pair was cut by the end of the usable source:
+// the real end of the input makes it incomplete, a clamp for the target size
+// makes it too big.
+inline void pairCut(const State& state, unsigned int usable) {
+    if (usable < state.sourceSize) {
+        tooBig(state);
+    } else {
+        incomplete(state);
+    }
+}
+
+unsigned int convertAsciiDoubleByte(State& state) {
+    const _KivStDBCSTable* table = static_cast<const _KivStDBCSTable*>(state.converter->getTable());
+    const uint16_t* singleBytes = table->pages + 256u * KIV_DBCS_SINGLE_BYTE_PAGE;
+    const unsigned int usable = bytesThatFit(state, 1);
+    const unsigned char* source = reinterpret_cast<const unsigned char*>(*state.source);
+    unsigned int in = 0;
+    unsigned int out = 0;
+    while (in < usable) {
+        const unsigned char byte = source[in];
+        uint16_t unit;
+        if (table->leadByteFlags[byte] != 0) {
+            if (in + 1 >= usable) {
+                pairCut(state, usable);
+                break;
+            }
+            unit = pageOf(table, byte)[source[in + 1]];
+            in += 2;
+        } else {
+            unit = singleBytes[byte];
+            ++in;
+        }
+        putUnit(state.target + out, kivUcs2FromTable(unit));
+        out += 2;
+    }
+    *state.source += in;
+    return out;
+}
+
+unsigned int convertEbcdicDoubleByte(State& state) {
+    const _KivStDBCSTable* table = static_cast<const _KivStDBCSTable*>(state.converter->getTable());
+    const uint16_t* singleBytes = table->pages + 256u * KIV_DBCS_SINGLE_BYTE_PAGE;
+    const unsigned int usable = bytesThatFit(state, 1);
+    const unsigned char* source = reinterpret_cast<const unsigned char*>(*state.source);
+    bool doubleByte = false;
+    bool cut = false;
+    unsigned int in = 0;
+    unsigned int out = 0;
+    while (in < usable) {
+        const unsigned char byte = source[in];
+        uint16_t unit;
+        if (!doubleByte) {
+            if (byte == kShiftOut) {
+                doubleByte = true;
+                ++in;
+                continue;
+            }
+            unit = singleBytes[byte];
+            ++in;
+        } else {
+            if (byte == kShiftIn) {
+                doubleByte = false;
+                ++in;
+                continue;
+            }
+            if (in + 1 >= usable) {
+                pairCut(state, usable);
+                cut = true;
+                break;
+            }
+            unit = pageOf(table, byte)[source[in + 1]];
+            in += 2;
+        }
+        unit = kivUcs2FromTable(unit);
+        putUnit(state.target + out, unit == kNextLine ? kLineFeed : unit);
+        out += 2;
+    }
+    if (doubleByte && !cut && usable == state.sourceSize) incomplete(state);
+    *state.source += in;
+    return out;
+}
+
+// Runs an ICU conversion into a 2-byte aligned target, through a temporary
+// buffer when the caller's target is not aligned.
+template <typename Convert>
+unsigned int withAlignedTarget(State& state, Convert convert) {
+    if ((reinterpret_cast<uintptr_t>(state.target) & 1u) == 0) return convert(state.target);
+    char* aligned = static_cast<char*>(kivMalloc(static_cast<size_t>(state.targetSize) + 2u));
+    const unsigned int written = convert(aligned);
+    memcpy(state.target, aligned, written);
+    kivFree(aligned);
+    return written;
+}
+
+// Records an ICU status; warnings count as success.
+void recordIcuStatus(const State& state, UErrorCode status) {
+    _KivStError error = state.converter->getError();
+    KivClIcuInterface::mapIcuError(error, status < U_ZERO_ERROR ? U_ZERO_ERROR : status);
+    state.converter->setError(error);
+}
+
+}  // namespace
+
+unsigned int kivConvertError(KivClConverterABase::_KivStConverter& state) {
+    fail(state, KIV_ERRID_CPCONVERTER_UNSUPPORTED, KIV_ERRCLASS_INCONSISTENT_SITUATION);
+    return 0;
+}
+
+unsigned int kivConvertByCopying(KivClConverterABase::_KivStConverter& state) { return copyUnits(state, false); }
+
+unsigned int kivConvertByEndianSwap(KivClConverterABase::_KivStConverter& state) { return copyUnits(state, true); }
+
+unsigned int kivConvertByTablesSBCS_ASCIItoUCS2(KivClConverterABase::_KivStConverter& state) {
+    return convertSingleByte<false>(state);
+}
+
+unsigned int kivConvertByTablesSBCS_EBCDICtoUCS2(KivClConverterABase::_KivStConverter& state) {
+    return convertSingleByte<true>(state);
+}
+
+unsigned int kivConvertByTablesDBCS_ASCIItoUCS2(KivClConverterABase::_KivStConverter& state) {
+    return convertAsciiDoubleByte(state);
+}
+
+unsigned int kivConvertByTablesDBCS_EBCDICtoUCS2(KivClConverterABase::_KivStConverter& state) {
+    return convertEbcdicDoubleByte(state);
+}
+
+unsigned int kivConvertByTablesUCS2toSBCS(KivClConverterABase::_KivStConverter& state) {
+    const uint8_t* pages = static_cast<const uint8_t*>(state.converter->getTable());
+    const unsigned int units = unitsThatFit(state);
+    const char* source = *state.source;
+    unsigned char* target = reinterpret_cast<unsigned char*>(state.target);
+    for (unsigned int i = 0; i < units; ++i) {
+        const uint16_t unit = getUnit(source + 2 * i);
+        target[i] = pages[256u * pages[unit >> 8] + (unit & 0xFFu)];
+    }
+    *state.source += 2 * units;
+    return units;
+}
+
+unsigned int kivConvertByAlgorithmUCS2to819(KivClConverterABase::_KivStConverter& state) {
+    const unsigned int units = unitsThatFit(state);
+    const char* source = *state.source;
+    for (unsigned int i = 0; i < units; ++i) {
+        state.target[i] = static_cast<char>(getUnit(source + 2 * i) & 0xFFu);
+    }
+    *state.source += 2 * units;
+    return units;
+}
+
+unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverter& state) {
+    if (state.sourceSize == 0) return 0;
+    const unsigned char* in = reinterpret_cast<const unsigned char*>(*state.source);
+    const unsigned char* const end = in + state.sourceSize;
+    const unsigned int capacity = state.targetSize & ~1u;
+    unsigned int out = 0;
+    while (in < end) {
+        if (*in < 0x80) {
+            // Runs of ASCII go eight bytes at a time, single ASCII bytes directly.
+            if (end - in >= 8 && capacity - out >= 16) {
+                uint64_t word;
+                memcpy(&word, in, sizeof word);
+                if ((word & 0x8080808080808080ull) == 0) {
+                    for (unsigned int i = 0; i < 8; ++i) putUnit(state.target + out + 2 * i, in[i]);
+                    in += 8;
+                    out += 16;
+                    continue;
+                }
+            }
+            if (capacity - out < 2) {
+                ++in;
+                tooBig(state);
+                break;
+            }
+            putUnit(state.target + out, *in++);
+            out += 2;
+            continue;
+        }
+        const unsigned int trailing = kTrailingBytes[*in];
+        if (static_cast<size_t>(end - in) <= trailing) {
+            incomplete(state);
+            break;
+        }
+        const uint32_t value = decodeUtf8(in, trailing);
+        in += trailing + 1;
+        if (capacity - out < 2) {
+            tooBig(state);
+            break;
+        }
+        if (value <= 0xFFFFu) {
+            putUnit(state.target + out, static_cast<uint16_t>(value));
+            out += 2;
+        } else if (value > 0x10FFFFu) {
+            putUnit(state.target + out, static_cast<uint16_t>(kReplacementCharacter));
+            out += 2;
+        } else {
+            if (capacity - out < 4) {
+                tooBig(state);
+                break;
+            }
+            putUnit(state.target + out, static_cast<uint16_t>(0xD800u + ((value - 0x10000u) >> 10)));
+            putUnit(state.target + out + 2, static_cast<uint16_t>(0xDC00u + ((value - 0x10000u) & 0x3FFu)));
+            out += 4;
+        }
+    }
+    *state.source = reinterpret_cast<const char*>(in);
+    return out;
+}
+
+unsigned int kivConvertByAlgorithmUCS2toUTF8(KivClConverterABase::_KivStConverter& state) {
+    if ((state.sourceSize & 1u) != 0) incomplete(state);
+    if (state.sourceSize < 2) return 0;
+    const char* source = *state.source;
+    const unsigned int units = state.sourceSize / 2;
+    unsigned char* target = reinterpret_cast<unsigned char*>(state.target);
+    const unsigned int capacity = state.targetSize;
+    unsigned int i = 0;
+    unsigned int out = 0;
+    while (i < units) {
+        // Runs of ASCII go four units at a time.
+        while (units - i >= 4 && capacity - out >= 4) {
+            const uint16_t a = getUnit(source + 2 * i), b = getUnit(source + 2 * i + 2);
+            const uint16_t c = getUnit(source + 2 * i + 4), d = getUnit(source + 2 * i + 6);
+            if (((a | b | c | d) & 0xFF80u) != 0) break;
+            target[out] = static_cast<unsigned char>(a);
+            target[out + 1] = static_cast<unsigned char>(b);
+            target[out + 2] = static_cast<unsigned char>(c);
+            target[out + 3] = static_cast<unsigned char>(d);
+            i += 4;
+            out += 4;
+        }
+        if (i >= units) break;
+        const uint32_t unit = getUnit(source + 2 * i);
+        if (unit < 0x80u) {
+            ++i;
+            if (out >= capacity) {
+                tooBig(state);
+                break;
+            }
+            target[out++] = static_cast<unsigned char>(unit);
+            continue;
+        }
+        unsigned int consumed = 1;
+        uint32_t codePoint = unit;
+        if (unit >= 0xD800u && unit <= 0xDBFFu) {
+            codePoint = kNonCharacter;
+            if (i + 1 < units) {
+                const uint32_t low = getUnit(source + 2 * i + 2);
+                if (low >= 0xDC00u && low <= 0xDFFFu) {
+                    codePoint = (unit << 10) + low - 0x35FDC00u;
+                    consumed = 2;
+                }
+            }
+        } else if ((unit >= 0xDC00u && unit <= 0xDFFFu) || (unit >= 0xFDD0u && unit <= 0xFDEFu) ||
+                   unit >= 0xFFFEu) {
+            codePoint = kNonCharacter;
+        }
+        const unsigned int length = codePoint < 0x80u ? 1 : codePoint < 0x800u ? 2 : codePoint < 0x10000u ? 3 : 4;
+        if (capacity - out < length) {
+            tooBig(state);
+            i += consumed;
+            break;
+        }
+        switch (length) {
+            case 1:
+                target[out] = static_cast<unsigned char>(codePoint);
+                break;
+            case 2:
+                target[out] = static_cast<unsigned char>(0xC0u | (codePoint >> 6));
+                target[out + 1] = static_cast<unsigned char>(0x80u | (codePoint & 0x3Fu));
+                break;
+            case 3:
+                target[out] = static_cast<unsigned char>(0xE0u | (codePoint >> 12));
+                target[out + 1] = static_cast<unsigned char>(0x80u | ((codePoint >> 6) & 0x3Fu));
+                target[out + 2] = static_cast<unsigned char>(0x80u | (codePoint & 0x3Fu));
+                break;
+            default:
+                target[out] = static_cast<unsigned char>(0xF0u | (codePoint >> 18));
+                target[out + 1] = static_cast<unsigned char>(0x80u | ((codePoint >> 12) & 0x3Fu));
+                target[out + 2] = static_cast<unsigned char>(0x80u | ((codePoint >> 6) & 0x3Fu));
+                target[out + 3] = static_cast<unsigned char>(0x80u | (codePoint & 0x3Fu));
+                break;
+        }
+        out += length;
+        i += consumed;
+    }
+    *state.source += 2 * i;
+    return out;
+}
+
+unsigned int kivConvertByUsingIconv(KivClConverterABase::_KivStConverter& state) {
+    char* const start = state.target;
+    char* in = const_cast<char*>(*state.source);
+    size_t inLeft = state.sourceSize;
+    size_t outLeft = state.targetSize;
+    errno = 0;
+    const size_t result = iconv(state.converter->getIconvHandle(), &in, &inLeft, &state.target, &outLeft);
+    *state.source = in;
+    state.sourceSize = static_cast<unsigned int>(inLeft);
+    state.targetSize = static_cast<unsigned int>(outLeft);
+    const unsigned int written = static_cast<unsigned int>(state.target - start);
+    if (result != static_cast<size_t>(-1) && inLeft == 0) return written;
+    switch (errno) {
+        case EILSEQ: fail(state, KIV_ERRID_CPCONVERTER_INVALID_SEQ, KIV_ERRCLASS_USER_DATA_ERROR); break;
+        case E2BIG: tooBig(state); break;
+        case EINVAL: incomplete(state); break;
+        case EBADF: fail(state, KIV_ERRID_CPCONVERTER_BAD_DESCR, KIV_ERRCLASS_INVALID_DATA); break;
+        default: break;
+    }
+    return written;
+}
+
+unsigned int kivConvertByAlgorithmIcuToUnicode(KivClConverterABase::_KivStConverter& state) {
+    UConverter* converter = static_cast<UConverter*>(const_cast<void*>(state.converter->getTable()));
+    // A converter carries no state from one call to the next.
+    ucnv_resetToUnicode(converter);
+    return withAlignedTarget(state, [&state, converter](char* aligned) {
+        UChar* target = reinterpret_cast<UChar*>(aligned);
+        UChar* const start = target;
+        const char* source = *state.source;
+        UErrorCode status = U_ZERO_ERROR;
+        ucnv_toUnicode(converter, &target, start + state.targetSize / 2, &source, source + state.sourceSize,
+                       nullptr, true, &status);
+        *state.source = source;
+        recordIcuStatus(state, status);
+        return static_cast<unsigned int>(target - start) * 2;
+    });
+}
+
+unsigned int kivConvertByAlgorithmIcuFromUnicode(KivClConverterABase::_KivStConverter& state) {
+    UConverter* converter = static_cast<UConverter*>(const_cast<void*>(state.converter->getTable()));
+    ucnv_resetFromUnicode(converter);
+    const unsigned int units = state.sourceSize / 2;
+    const char* const original = *state.source;
+    char* copy = nullptr;
+    const UChar* source = reinterpret_cast<const UChar*>(original);
+    if ((reinterpret_cast<uintptr_t>(original) & 1u) != 0) {
+        copy = static_cast<char*>(kivMalloc(2u * static_cast<size_t>(units) + 2u));
+        memcpy(copy, original, 2u * units);
+        source = reinterpret_cast<const UChar*>(copy);
+    }
+    const UChar* const sourceStart = source;
+    char* target = state.target;
+    UErrorCode status = U_ZERO_ERROR;
+    ucnv_fromUnicode(converter, &target, state.target + state.targetSize, &source, sourceStart + units, nullptr,
+                     true, &status);
+    *state.source = original + 2 * (source - sourceStart);
+    kivFree(copy);
+    recordIcuStatus(state, status);
+    if ((state.sourceSize & 1u) != 0 && state.converter->getError().errorId == KIV_ERRID_NO_ERROR) {
+        incomplete(state);
+    }
+    return static_cast<unsigned int>(target - state.target);
+}
+
+uint32_t KivClConverterABase::convertUtf8CharToUtf32(const char* utf8) {
+    const unsigned char* at = reinterpret_cast<const unsigned char*>(utf8);
+    return decodeUtf8(at, kTrailingBytes[*at]);
+}
