@@ -129,7 +129,8 @@ void KivClStrepBinDump::addData(const void* data, unsigned long count) {
 KivClStrepAddress::KivClStrepAddress(const void* pointer) {
     uintptr_t value = reinterpret_cast<uintptr_t>(pointer);
     if (value == 0) {
-        std::strcpy(text_, "0");
+        text_[0] = '0';
+        text_[1] = '\0';
         return;
     }
     char digits[2 * sizeof(void*)];
