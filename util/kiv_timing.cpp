@@ -1,9 +1,11 @@
-// Sleeping, wall-clock timing and trace timestamps.
+// Sleeping, wall-clock timing, trace timestamps and thread ids.
 #include "kiv_timing.hpp"
 
 #include <sys/select.h>
 #include <sys/time.h>
 #include <unistd.h>
+
+#include <ctime>
 
 unsigned int kivSleepHours(uint32_t hours) { return kivSleepMinutes(hours * 60u); }
 
@@ -20,7 +22,15 @@ int kivSleepMicroSeconds(uint32_t microseconds) {
     return select(0, nullptr, nullptr, nullptr, &timeout);
 }
 
-uint32_t kivGetTimeStamp() { return 0; }
+uint32_t kivGetTimeStamp() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    const uint64_t micros = static_cast<uint64_t>(now.tv_sec) * 1000000u +
+                            static_cast<uint64_t>(now.tv_nsec) / 1000u;
+    return static_cast<uint32_t>(micros);
+}
+
+KivClThreadProperty::KivClThreadProperty() : id_(static_cast<unsigned long>(gettid())) {}
 
 void KivClTiming::init(bool startNow) {
     startTime_ = 0.0;
