@@ -1,0 +1,199 @@
+// Hex and binary dump lines, address texts, the dump functions and the
+// 16-bit endian conversions.
+#include "kiv_dump.hpp"
+
+#include <cstdint>
+#include <cstring>
+#include <iostream>
+
+KivClStringRepresentationABase::~KivClStringRepresentationABase() = default;
+
+namespace {
+
+const char kHexDigits[] = "0123456789ABCDEF";
+
+// Appends text to a fixed line buffer, never past capacity characters.
+void appendLine(char* line, unsigned& length, unsigned capacity, const char* text, unsigned count) {
+    unsigned room = capacity - length;
+    if (count > room) count = room;
+    std::memcpy(line + length, text, count);
+    length += count;
+    line[length] = '\0';
+}
+
+void appendAddress(char* line, unsigned& length, unsigned capacity, unsigned long address) {
+    char text[10];
+    uint32_t value = static_cast<uint32_t>(address);
+    for (int i = 7; i >= 0; --i) {
+        text[i] = kHexDigits[value & 0xF];
+        value >>= 4;
+    }
+    text[8] = ':';
+    text[9] = ' ';
+    appendLine(line, length, capacity, text, sizeof text);
+}
+
+bool isPrintable(unsigned char byte) { return byte >= 0x20 && byte <= 0x7E; }
+
+// The layout both line kinds share: columns of digits, an extra blank after
+// the middle column, "| ", then one character per column.
+struct LineShape {
+    unsigned columns;
+    unsigned digits;  // per byte
+    void (*render)(unsigned char byte, char* out);
+};
+
+void renderHex(unsigned char byte, char* out) {
+    out[0] = kHexDigits[byte >> 4];
+    out[1] = kHexDigits[byte & 0xF];
+}
+
+void renderBin(unsigned char byte, char* out) {
+    for (int bit = 0; bit < 8; ++bit) out[bit] = (byte & (0x80 >> bit)) ? '1' : '0';
+}
+
+void appendColumns(char* line, unsigned& length, unsigned capacity, const LineShape& shape,
+                   const void* data, unsigned long count) {
+    const unsigned char* bytes = static_cast<const unsigned char*>(data);
+    unsigned used = (data == nullptr) ? 0 : static_cast<unsigned>(count < shape.columns ? count : shape.columns);
+    char cell[9];
+    for (unsigned column = 0; column < shape.columns; ++column) {
+        if (column < used) {
+            shape.render(bytes[column], cell);
+        } else {
+            std::memset(cell, '_', shape.digits);
+        }
+        cell[shape.digits] = ' ';
+        appendLine(line, length, capacity, cell, shape.digits + 1);
+        if (column + 1 == shape.columns / 2) appendLine(line, length, capacity, " ", 1);
+    }
+    appendLine(line, length, capacity, "| ", 2);
+    for (unsigned column = 0; column < shape.columns; ++column) {
+        char ch = '_';
+        if (column < used) ch = isPrintable(bytes[column]) ? static_cast<char>(bytes[column]) : '.';
+        appendLine(line, length, capacity, &ch, 1);
+    }
+}
+
+const LineShape kHexShape = {KivClStrepHexDump::BYTES_PER_LINE, 2, renderHex};
+const LineShape kBinShape = {KivClStrepBinDump::BYTES_PER_LINE, 8, renderBin};
+
+template <class Line>
+void dumpLines(std::ostream& out, const void* data, unsigned long byteCount) {
+    const unsigned char* bytes = static_cast<const unsigned char*>(data);
+    if (bytes == nullptr) return;
+    for (unsigned long offset = 0; offset < byteCount; offset += Line::BYTES_PER_LINE) {
+        unsigned long rest = byteCount - offset;
+        unsigned long lineBytes = Line::BYTES_PER_LINE;
+        Line line(offset, bytes + offset, rest < lineBytes ? rest : lineBytes);
+        out << line.getAsCString() << '\n';
+    }
+}
+
+}  // namespace
+
+KivClStrepHexDump::KivClStrepHexDump(unsigned long address, const void* data, unsigned long count) {
+    text_[0] = '\0';
+    addAddress(address);
+    addData(data, count);
+}
+
+KivClStrepHexDump::KivClStrepHexDump(const void* data, unsigned long count) {
+    text_[0] = '\0';
+    addData(data, count);
+}
+
+void KivClStrepHexDump::addAddress(unsigned long address) { appendAddress(text_, length_, CAPACITY, address); }
+
+void KivClStrepHexDump::addData(const void* data, unsigned long count) {
+    appendColumns(text_, length_, CAPACITY, kHexShape, data, count);
+}
+
+KivClStrepBinDump::KivClStrepBinDump(unsigned long address, const void* data, unsigned long count) {
+    text_[0] = '\0';
+    addAddress(address);
+    addData(data, count);
+}
+
+KivClStrepBinDump::KivClStrepBinDump(const void* data, unsigned long count) {
+    text_[0] = '\0';
+    addData(data, count);
+}
+
+void KivClStrepBinDump::addAddress(unsigned long address) { appendAddress(text_, length_, CAPACITY, address); }
+
+void KivClStrepBinDump::addData(const void* data, unsigned long count) {
+    appendColumns(text_, length_, CAPACITY, kBinShape, data, count);
+}
+
+KivClStrepAddress::KivClStrepAddress(const void* pointer) {
+    uintptr_t value = reinterpret_cast<uintptr_t>(pointer);
+    if (value == 0) {
+        std::strcpy(text_, "0");
+        return;
+    }
+    char digits[2 * sizeof(void*)];
+    unsigned count = 0;
+    for (; value != 0; value >>= 4) digits[count++] = "0123456789abcdef"[value & 0xF];
+    unsigned length = 0;
+    text_[length++] = '0';
+    text_[length++] = 'x';
+    while (count > 0) text_[length++] = digits[--count];
+    text_[length] = '\0';
+}
+
+// Dump functions: every element type comes down to its bytes.
+#define KIV_DUMP_FAMILY(name, Line)                                                                      \
+    void name(std::ostream& out, const unsigned char* data, unsigned long count) {                      \
+        dumpLines<Line>(out, data, count);                                                               \
+    }                                                                                                    \
+    void name(std::ostream& out, const unsigned short* data, unsigned long count) {                     \
+        dumpLines<Line>(out, data, count * sizeof *data);                                                \
+    }                                                                                                    \
+    void name(std::ostream& out, const unsigned int* data, unsigned long count) {                       \
+        dumpLines<Line>(out, data, count * sizeof *data);                                                \
+    }                                                                                                    \
+    void name(std::ostream& out, const unsigned long long* data, unsigned long count) {                 \
+        dumpLines<Line>(out, data, count * sizeof *data);                                                \
+    }                                                                                                    \
+    extern "C" void name(const unsigned char* data, unsigned long count) { name(std::cout, data, count); } \
+    void name(const unsigned short* data, unsigned long count) { name(std::cout, data, count); }        \
+    void name(const unsigned int* data, unsigned long count) { name(std::cout, data, count); }          \
+    void name(const unsigned long long* data, unsigned long count) { name(std::cout, data, count); }
+
+KIV_DUMP_FAMILY(kivDump, KivClStrepHexDump)
+KIV_DUMP_FAMILY(kivDumpHex, KivClStrepHexDump)
+KIV_DUMP_FAMILY(kivDumpBin, KivClStrepBinDump)
+#undef KIV_DUMP_FAMILY
+
+extern "C" void kivDebugDump(const char*, const unsigned char*, unsigned long) {}
+extern "C" void kivDebugDumpHex(const char*, const unsigned char*, unsigned long) {}
+extern "C" void kivDebugDumpBin(const char*, const unsigned char*, unsigned long) {}
+void kivDebugImpDump(KivEnDumpKind, const char*, const unsigned char*, unsigned long) {}
+
+// The host is little-endian: this is the one place that knows it.
+unsigned short* kivEndianConvertW16Swap(unsigned short* buffer, unsigned count) {
+    unsigned char* bytes = reinterpret_cast<unsigned char*>(buffer);
+    for (unsigned unit = count / 2; unit > 0; --unit) {
+        unsigned char* pair = bytes + 2 * (unit - 1);
+        unsigned char first = pair[0];
+        pair[0] = pair[1];
+        pair[1] = first;
+    }
+    return buffer;
+}
+
+unsigned short* kivEndianConvertW16LittleToBig(unsigned short* buffer, unsigned count) {
+    return kivEndianConvertW16Swap(buffer, count);
+}
+unsigned short* kivEndianConvertW16BigToLittle(unsigned short* buffer, unsigned count) {
+    return kivEndianConvertW16Swap(buffer, count);
+}
+unsigned short* kivEndianConvertW16HostToBig(unsigned short* buffer, unsigned count) {
+    return kivEndianConvertW16Swap(buffer, count);
+}
+unsigned short* kivEndianConvertW16BigToHost(unsigned short* buffer, unsigned count) {
+    return kivEndianConvertW16Swap(buffer, count);
+}
+unsigned short* kivEndianConvertW16HostToLittle(unsigned short* buffer, unsigned) { return buffer; }
+unsigned short* kivEndianConvertW16LittleToHost(unsigned short* buffer, unsigned) { return buffer; }
