@@ -92,7 +92,8 @@ public:
     void write(const void* bytes, uint32_t count);
     // Hands the bytes written since the last hand-over to the callback and
     // moves the saved position to the write position. Without a callback
-    // nothing happens. When nothing new was written both parts are empty.
+    // nothing happens. When nothing new was written since the last
+    // hand-over, both parts are empty.
     void overflow();
     // overflow() when a record was written since the last flush.
     void flush();

@@ -28,6 +28,8 @@
 #include <cstdint>
 #include <istream>
 
+#include "kiv_exception.hpp"
+
 // How detailed a record is; a filter of detail d passes records of detail <= d.
 enum KivEnTraceDetail : int32_t {
     KIV_TRACE_DETAIL_OFF = 0,

@@ -75,7 +75,9 @@ void KivClTraceBufferManager::overflow() {
     _KivStTraceBufferCallBackInfo info{userData_, base() + header_->saved, 0, nullptr, 0};
     if (header_->saved < header_->write) {
         info.firstLength = header_->write - header_->saved;
-    } else if (header_->saved > header_->write) {
+    } else if (header_->saved > header_->write || header_->write == header_->last + 1) {
+        // Wrapped since the last hand-over (equal positions at the end of
+        // the ring mean a whole ring of new bytes; in the middle, none).
         info.firstLength = header_->last + 1 - header_->saved;
         info.secondPart = base() + header_->first;
         info.secondLength = header_->write - header_->first;
