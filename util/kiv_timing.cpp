@@ -1,6 +1,7 @@
 // Sleeping, wall-clock timing, trace timestamps and thread ids.
 #include "kiv_timing.hpp"
 
+#include <pthread.h>
 #include <sys/select.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -30,7 +31,23 @@ uint32_t kivGetTimeStamp() {
     return static_cast<uint32_t>(micros);
 }
 
-KivClThreadProperty::KivClThreadProperty() : id_(static_cast<unsigned long>(gettid())) {}
+namespace {
+
+// gettid() is a system call; every traced record asks for the id, so each
+// thread keeps it. A forked child's thread has a new id: the fork handler
+// clears the copy it inherited.
+thread_local unsigned long tlsThreadId = 0;
+
+void forgetThreadId() { tlsThreadId = 0; }
+
+[[maybe_unused]] const int gs_iForkHandlerInstalled = pthread_atfork(nullptr, nullptr, forgetThreadId);
+
+}  // namespace
+
+KivClThreadProperty::KivClThreadProperty() {
+    if (tlsThreadId == 0) tlsThreadId = static_cast<unsigned long>(gettid());
+    id_ = tlsThreadId;
+}
 
 void KivClTiming::init(bool startNow) {
     startTime_ = 0.0;

@@ -142,6 +142,10 @@ TEST(Timing, IntervalsTimeStampAndThreadProperty) {
     EXPECT_GE(static_cast<uint32_t>(kivGetTimeStamp() - before), 2000u);
     // The main thread's kernel id is the process id.
     EXPECT_EQ(KivClThreadProperty().getId(), static_cast<unsigned long>(getpid()));
+    // A forked child does not keep its parent's id.
+    const kivtest::ChildResult child = kivtest::runInChild(
+        [] { return KivClThreadProperty().getId() == static_cast<unsigned long>(getpid()) ? 0 : 1; });
+    EXPECT_TRUE(child.exited && child.exitCode == 0);
     const KivClThreadProperty given(4711);
     EXPECT_EQ(given.getId(), 4711ul);
     EXPECT_TRUE(KivClThreadProperty() != given);
