@@ -5,6 +5,7 @@
 #include <set>
 #include <sstream>
 
+#include "kiv_msgcat.hpp"
 #include "kiv_traceformat.hpp"
 #include "trace_test_helpers.hpp"
 
@@ -222,4 +223,21 @@ TEST_F(TraceFormatTest, MissingFileAndEmptyFile) {
     }
     EXPECT_EQ(formatRecords({}, nullptr), "");
     EXPECT_EQ(entries_, 0u);
+}
+
+TEST_F(TraceFormatTest, TextsFromAnAttachedCatalog) {
+    std::vector<const char*> table(194, "");
+    table[0] = "[KIV_MSGTAB_SIGNATURE] 193";
+    table[189] = "Octets";
+    table[190] = " (coupé)";
+    table[192] = "Niveau ";
+    table[193] = "[KIV_MSGTAB_SIGNATURE]";
+    KivClMessageCatalog catalog(KivClFilename(dir_.file("missing.cat").c_str()));
+    catalog.useStringTable(table.data(), 193);
+    static const KivClMessageCatalog* attached = &catalog;
+    EXPECT_EQ(formatRecords({{KIV_TRACE_TYPE_DATA_CLIPPED, "", "", "ab"}, {KIV_TRACE_TYPE_FUNCTION_ENTRY, "", "",
+                             bytesOf<int32_t>(3), 0}}, "%x:%d|", 0,
+                            [](KivClTraceFormatter& f) { f.nest = true, f.attachKivMessageCatalog(*attached); }),
+              "DA (2 Octets) (coupé):\n00000000: 61 62 __ __ __ __ __ __  __ __ __ __ __ __ __ __ | ab______________|"
+              "FE:Niveau 3|");
 }
