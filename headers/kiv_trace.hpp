@@ -234,7 +234,8 @@ KivClTraceInstance* KivClTraceInstance_getInstance();
 // Writes "[" file name (without directories) ":" line "] " to stream.
 std::ostream& kiv_tprint(std::ostream& stream, const char* sourcePath, int line);
 // Prints "[file:line] " and the printf-style message to standard output,
-// then a newline unless format contains one, and flushes.
+// then a newline unless format contains one, and flushes. A null format
+// prints the prefix alone.
 void kiv_tprintf(const char* sourcePath, int line, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
 

@@ -57,10 +57,17 @@ KivClTraceEnvironment::KivClTraceEnvironment(const char* key, const char* instan
       decompressedTotal_(0), compressedTotal_(0), key_{} {
     kivStrCopyUntil(key_, key ? key : "", '\0', sizeof(key_));
     settings_ = kivTraceNew<KivClTraceSettings>();
-    determineSettingsFromEnvVars(key_);
-    buffer_ = static_cast<char*>(kivMalloc(bufferSize_));
-    memset(buffer_, 0, bufferSize_);
-    bufferManager_ = kivTraceNew<KivClTraceBufferManager>(semaphore_, buffer_, bufferSize_);
+    try {
+        determineSettingsFromEnvVars(key_);
+        buffer_ = static_cast<char*>(kivMalloc(bufferSize_));
+        memset(buffer_, 0, bufferSize_);
+        bufferManager_ = kivTraceNew<KivClTraceBufferManager>(semaphore_, buffer_, bufferSize_);
+    } catch (...) {
+        // Out of memory: release what was taken before the exception leaves.
+        kivFree(buffer_);
+        kivTraceDelete(settings_);
+        throw;
+    }
     if (settings_->isAutoSaveOn()) {
         bufferManager_->setOverflowCallBack(kivTraceBufferOverflowHandler, this);
         if (!controller_ && settings_->isAutoClearOn()) KivClFile(traceFile_).remove();
@@ -282,6 +289,7 @@ std::ostream& kiv_tprint(std::ostream& stream, const char* sourcePath, int line)
 }
 
 void kiv_tprintf(const char* sourcePath, int line, const char* format, ...) {
+    if (format == nullptr) format = "";
     printf("[%s:%d] ", sourcePath ? sourcePath : "", line);
     va_list arguments;
     va_start(arguments, format);
