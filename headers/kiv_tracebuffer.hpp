@@ -21,7 +21,9 @@
 //   KivClTraceBufferManager ring(key, memory, sizeof memory);  // ring of 4072 bytes
 //   ring.setOverflowCallBack(saveBytes, &myState);
 //   ring.write("abc", 3);  // stored; nothing handed over yet
-//   ring.flush();          // saveBytes gets "abc"
+//   ring.overflow();       // saveBytes gets "abc"
+//   ring.write(entry);     // a whole record: marks the buffer dirty
+//   ring.flush();          // saveBytes gets the record's bytes
 //   ring.flush();          // nothing new: saveBytes is not called
 #ifndef KIV_TRACEBUFFER_HPP
 #define KIV_TRACEBUFFER_HPP

@@ -29,15 +29,16 @@ protected:
         KivClTraceFormatter formatter(environment);
         if (options) options(formatter);
         formatter.setFormatString(format);
-        std::ostringstream out;
-        formatter.format(out);
+        out_.str("");
+        formatter.format(out_);
         entries_ = formatter.getEntryCount();
-        return out.str();
+        return out_.str();
     }
 
     kivtest::TempDir dir_;
     kivtest::TraceKeyEnv vars_;
     uint32_t entries_ = 0;
+    std::ostringstream out_;  // what the last format() printed, also after an exception
 };
 
 const std::string kLine1 = "00000000: 41 42 43 44 45 46 47 48  49 4A 4B 4C 4D 4E 4F 50 | ABCDEFGHIJKLMNOP";
@@ -190,9 +191,8 @@ TEST_F(TraceFormatTest, DamagedFilesEndWithTheRightException) {
     };
     for (const Row& row : rows) {
         const std::string module = "kiv_trace_format:" + std::to_string(row.line);
-        std::string printed;
         try {
-            formatRecords({ok, row.bad}, row.format, row.cut, [](KivClTraceFormatter& f) { f.nest = false; });
+            formatRecords({ok, row.bad}, row.format, row.cut);
             ADD_FAILURE() << module << ": no exception";
         } catch (const KivClExceptionFatal& e) {
             EXPECT_EQ(e.getModule(), module);
@@ -206,6 +206,7 @@ TEST_F(TraceFormatTest, DamagedFilesEndWithTheRightException) {
             EXPECT_EQ(e.getError().severity, KIV_SEVERITY_FATAL);
             EXPECT_EQ(e.getError().action, KIV_ACTION_TERMINATE);
         }
+        EXPECT_EQ(out_.str(), row.printed) << module;
     }
 }
 
