@@ -32,6 +32,11 @@
 #include "kiv_resourcekey.hpp"
 #include "kiv_string.hpp"
 #include "kiv_timing.hpp"
+#include "kiv_trace.hpp"
+#include "kiv_tracebuffer.hpp"
+#include "kiv_traceentry.hpp"
+#include "kiv_tracefilter.hpp"
+#include "kiv_traceformat.hpp"
 #include "kiv_usage.hpp"
 
 #endif  // KIV_HPP

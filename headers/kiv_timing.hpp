@@ -20,8 +20,9 @@ unsigned int kivSleepSeconds(uint32_t seconds);
 int kivSleepMilliSeconds(uint32_t milliseconds);
 int kivSleepMicroSeconds(uint32_t microseconds);
 
-// Timestamp for trace records: 0 on this platform, which has no cheap
-// monotonic counter worth recording.
+// Timestamp for trace records: the low 32 bits of the monotonic clock in
+// microseconds. It wraps about every 71 minutes; within one run of a few
+// minutes, records of all processes on the machine order by it.
 uint32_t kivGetTimeStamp();
 
 // A wall-clock stopwatch. init() zeroes it; start() and stop() measure one
@@ -53,11 +54,12 @@ private:
     bool running_;
 };
 
-// The identity of a thread. The library creates no threads, so the current
-// thread's id is 0.
+// The identity of a thread. A default-constructed object holds the calling
+// thread's kernel thread id (gettid), which equals the process id in the
+// main thread; KivClThreadProperty(0) is the "no thread" value.
 class KivClThreadProperty {
 public:
-    KivClThreadProperty() : id_(0) {}
+    KivClThreadProperty();
     explicit KivClThreadProperty(unsigned long id) : id_(id) {}
 
     unsigned long getId() const { return id_; }

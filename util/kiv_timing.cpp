@@ -1,9 +1,12 @@
-// Sleeping, wall-clock timing and trace timestamps.
+// Sleeping, wall-clock timing, trace timestamps and thread ids.
 #include "kiv_timing.hpp"
 
+#include <pthread.h>
 #include <sys/select.h>
 #include <sys/time.h>
 #include <unistd.h>
+
+#include <ctime>
 
 unsigned int kivSleepHours(uint32_t hours) { return kivSleepMinutes(hours * 60u); }
 
@@ -20,7 +23,31 @@ int kivSleepMicroSeconds(uint32_t microseconds) {
     return select(0, nullptr, nullptr, nullptr, &timeout);
 }
 
-uint32_t kivGetTimeStamp() { return 0; }
+uint32_t kivGetTimeStamp() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    const uint64_t micros = static_cast<uint64_t>(now.tv_sec) * 1000000u +
+                            static_cast<uint64_t>(now.tv_nsec) / 1000u;
+    return static_cast<uint32_t>(micros);
+}
+
+namespace {
+
+// gettid() is a system call; every traced record asks for the id, so each
+// thread keeps it. A forked child's thread has a new id: the fork handler
+// clears the copy it inherited.
+thread_local unsigned long tlsThreadId = 0;
+
+void forgetThreadId() { tlsThreadId = 0; }
+
+[[maybe_unused]] const int gs_iForkHandlerInstalled = pthread_atfork(nullptr, nullptr, forgetThreadId);
+
+}  // namespace
+
+KivClThreadProperty::KivClThreadProperty() {
+    if (tlsThreadId == 0) tlsThreadId = static_cast<unsigned long>(gettid());
+    id_ = tlsThreadId;
+}
 
 void KivClTiming::init(bool startNow) {
     startTime_ = 0.0;

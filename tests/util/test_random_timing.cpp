@@ -130,10 +130,19 @@ TEST(Timing, IntervalsTimeStampAndThreadProperty) {
     timing.init(false);
     EXPECT_FALSE(timing.isRunning());
 
-    EXPECT_EQ(kivGetTimeStamp(), 0u);
-    EXPECT_EQ(KivClThreadProperty().getId(), 0ul);
+    // Timestamps are monotonic microseconds: a 2 ms sleep advances them by
+    // at least 2000 (modulo the 32-bit wrap).
+    const uint32_t before = kivGetTimeStamp();
+    kivSleepMicroSeconds(2000);
+    EXPECT_GE(static_cast<uint32_t>(kivGetTimeStamp() - before), 2000u);
+    // The main thread's kernel id is the process id.
+    EXPECT_EQ(KivClThreadProperty().getId(), static_cast<unsigned long>(getpid()));
+    // A forked child does not keep its parent's id.
+    const kivtest::ChildResult child = kivtest::runInChild(
+        [] { return KivClThreadProperty().getId() == static_cast<unsigned long>(getpid()) ? 0 : 1; });
+    EXPECT_TRUE(child.exited && child.exitCode == 0);
     const KivClThreadProperty given(4711);
     EXPECT_EQ(given.getId(), 4711ul);
     EXPECT_TRUE(KivClThreadProperty() != given);
-    EXPECT_TRUE(KivClThreadProperty() == KivClThreadProperty(0));
+    EXPECT_TRUE(KivClThreadProperty(0) == KivClThreadProperty(0));
 }

@@ -1,0 +1,44 @@
+// Formats arbitrary bytes as a trace file: every input must end in printed
+// records or one of the formatter's fatal exceptions, never out of bounds.
+// The first byte also selects the options and whether the bytes are read as
+// a component set text.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+
+#include <unistd.h>
+
+#include "kiv_traceformat.hpp"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static const std::string path = "/tmp/kiv_fuzz_trace." + std::to_string(getpid());
+    static bool once = (setenv("KIVFUZZ_TRACE_FILE", path.c_str(), 1), true);
+    (void)once;
+    if (size == 0) return 0;
+    const uint8_t options = data[0];
+    if (options & 0x80) {
+        KivClTraceFilter filter;
+        filter.enableComponentIds(std::string(reinterpret_cast<const char*>(data + 1), size - 1).c_str());
+        return 0;
+    }
+    if (FILE* file = fopen(path.c_str(), "wb")) {
+        fwrite(data + 1, 1, size - 1, file);
+        fclose(file);
+    }
+    KivClTraceEnvironment environment("KIVFUZZ", nullptr, true);
+    KivClTraceFilter everything;
+    everything.setDetail("HIGH");
+    KivClTraceFormatter formatter(environment, &everything);
+    formatter.nest = options & 1;
+    formatter.hex = options & 2;
+    formatter.everyFunctionName = options & 4;
+    formatter.setDisplayIndentation(options & 8 ? "  " : nullptr);
+    std::ostringstream out;
+    try {
+        formatter.format(out);
+    } catch (const KivClExceptionFatal&) {
+    }
+    return 0;
+}

@@ -1,0 +1,135 @@
+// Trace formatter: turns a trace file into readable text, one record at a
+// time, under a format string of % variables.
+//
+// Format variables: %f function name, %m message, %d data, %x / %X short /
+// long type name, %l detail, %s timestamp, %t thread id, %p process id, %c
+// component id, %n line break plus indentation, %% a percent sign; "\n",
+// "\t" and "\\" in the format are a line break, a tab and a backslash. "%"
+// before any other character prints "%" and drops the character. Only the
+// first %d of a format prints the data; later ones print nothing.
+//
+// The records printed are those that pass the filter (detail, component id,
+// process id and thread id); the filter, the format, the indentation text
+// and the option flags are set by the client before format().
+//
+// Failure policy: a trace file that cannot be opened, ends inside a record
+// or holds impossible values ends formatting with a KivClExceptionFatal
+// (TRACEFORMAT_COULD_NOT_OPEN, _UNEXPECTED_EOF, _FILE_CORRUPTED) whose module
+// text names the place, e.g. "kiv_trace_format:644"; everything printed
+// before stays printed and the file is closed.
+//
+//   KivClTraceEnvironment environment("APP", nullptr, true);   // names the file
+//   KivClTraceFormatter formatter(environment);
+//   formatter.setFormatString("%f: %m %d%n");
+//   formatter.everyFunctionName = false;
+//   formatter.format(std::cout);
+//   // main: count 42
+//   // : total 7        (same function: name not repeated)
+#ifndef KIV_TRACEFORMAT_HPP
+#define KIV_TRACEFORMAT_HPP
+
+#include <cstdint>
+#include <istream>
+#include <ostream>
+
+#include "kiv_trace.hpp"
+
+class KivClMessageCatalog;
+class KivClMessage;
+
+class KivClTraceFormatter {
+public:
+    // Message ids of the formatter's texts in the library message table.
+    static constexpr unsigned long MSG_BYTES = 189;
+    static constexpr unsigned long MSG_CLIPPED = 190;
+    static constexpr unsigned long MSG_NULL_POINTER = 191;
+    static constexpr unsigned long MSG_NESTING_LEVEL = 192;
+    // Size of the last-function-name buffer.
+    static constexpr uint32_t FUNCTION_NAME_BUFFER = 512;
+
+    // Module texts of the fatal exceptions, "kiv_trace_format:<line>".
+    static constexpr const char* MODULE_BAD_TYPE = "kiv_trace_format:149";
+    static constexpr const char* MODULE_SKIP_EOF = "kiv_trace_format:186";
+    static constexpr const char* MODULE_ADDRESS_EOF = "kiv_trace_format:247";
+    static constexpr const char* MODULE_HEXDUMP_EOF = "kiv_trace_format:277";
+    static constexpr const char* MODULE_CSTRING_EOF = "kiv_trace_format:323";
+    static constexpr const char* MODULE_DATA_EOF = "kiv_trace_format:342";
+    static constexpr const char* MODULE_ADDRESS_LENGTH = "kiv_trace_format:364";
+    static constexpr const char* MODULE_SCALAR_LENGTH = "kiv_trace_format:377";
+    static constexpr const char* MODULE_ENTRY_LENGTH = "kiv_trace_format:398";
+    static constexpr const char* MODULE_EXIT_LENGTH = "kiv_trace_format:416";
+    static constexpr const char* MODULE_NO_DATA_LENGTH = "kiv_trace_format:433";
+    static constexpr const char* MODULE_UNKNOWN_TYPE = "kiv_trace_format:541";
+    static constexpr const char* MODULE_FORMAT_EOF = "kiv_trace_format:644";
+    static constexpr const char* MODULE_OPEN = "kiv_trace_format:837";
+
+    // Reads environment's trace file with environment's format string. A
+    // null filter means the filter of environment's settings. Neither is
+    // copied: both must outlive the formatter.
+    explicit KivClTraceFormatter(KivClTraceEnvironment& environment,
+                                 const KivClTraceFilter* filter = nullptr);
+    ~KivClTraceFormatter();
+    KivClTraceFormatter(const KivClTraceFormatter&) = delete;
+    KivClTraceFormatter& operator=(const KivClTraceFormatter&) = delete;
+
+    // Takes the texts 189 to 192 from catalog from now on (not owned).
+    void attachKivMessageCatalog(const KivClMessageCatalog& catalog);
+    // Text id from the attached catalog, else the built-in copy; null for
+    // other ids without a catalog.
+    const char* getMessage(unsigned long id);
+
+    // The texts are not copied: the caller keeps them alive. Null restores
+    // the environment's format / no indentation.
+    void setFormatString(const char* text);
+    void setDisplayIndentation(const char* text) { indentation_ = text; }
+    // Another filter (not copied); null restores the settings' filter.
+    void setFilter(const KivClTraceFilter* filter);
+    const KivClTraceFilter& getFilter() const { return *filter_; }
+    const char* getFormatString() const { return formatString_; }
+
+    // Formats the whole trace file to output. Throws KivClExceptionFatal as
+    // described above.
+    void format(std::ostream& output);
+    // Records read by the last format() call.
+    uint32_t getEntryCount() const { return entryCount_; }
+    int32_t getNestingLevel() const { return nestingLevel_; }
+
+    // One record from input: false at the end of the file. lastFunctionName
+    // holds FUNCTION_NAME_BUFFER bytes.
+    bool formatEntry(std::istream& input, const char* formatString, char* lastFunctionName);
+    void formatData(std::istream& input, KivEnTraceDataType type, uint32_t length);
+    void formatCString(std::istream& input, uint32_t length);
+    void formatHexDump(std::istream& input, uint32_t length);
+    void formatAdrs(std::istream& input, uint32_t length);
+    void displayBuffer(const char* text, uint32_t length);
+    void displayIndent();
+    void skipEntry(std::istream& input, uint32_t length);
+    static const char* getTypeAsShortCString(uint32_t type);
+    static const char* getTypeAsLongCString(uint32_t type);
+
+    // Options, set before format().
+    bool nest = false;               // print "Nesting level: " for function records
+    bool functionHeaders = true;     // false: skip function entry and exit records
+    bool everyFunctionName = true;   // false: %f only on change and on entries
+    bool hex = false;                // add "HEX: " lines after scalar values
+    bool bin = false;                // kept for clients; changes no output
+
+private:
+    void printLineBreak();
+    // Skips the data when no %d printed it; returns true.
+    bool finishEntry(std::istream& input, uint32_t dataLength, bool dataPrinted);
+    void printTypeName(const KivClTraceFileEntry& entry, const char* name);
+    void formatScalar(KivEnTraceDataType type, const unsigned char* bytes, uint32_t length);
+
+    KivClTraceEnvironment& environment_;
+    const KivClTraceFilter* filter_;
+    const KivClMessageCatalog* catalog_;
+    KivClMessage* message_;
+    std::ostream* output_;
+    uint32_t entryCount_;
+    int32_t nestingLevel_;
+    const char* formatString_;
+    const char* indentation_;
+};
+
+#endif  // KIV_TRACEFORMAT_HPP

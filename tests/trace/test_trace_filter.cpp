@@ -1,0 +1,90 @@
+// Trace filter: component set texts, detail texts, the pass tests.
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "kiv_trace.hpp"
+
+namespace {
+
+std::set<unsigned> enabledIds(const KivClTraceFilter& filter) {
+    std::set<unsigned> ids;
+    for (unsigned id = 0; id <= 255; ++id) {
+        if (filter.isComponentIdEnabled(id)) ids.insert(id);
+    }
+    return ids;
+}
+
+std::set<unsigned> allBut(unsigned removed) {
+    std::set<unsigned> ids;
+    for (unsigned id = 1; id <= 255; ++id) {
+        if (id != removed) ids.insert(id);
+    }
+    return ids;
+}
+
+}  // namespace
+
+TEST(TraceFilter, ComponentSetTextsListExactlyTheirIds) {
+    struct Row {
+        const char* text;
+        std::set<unsigned> ids;
+    } rows[] = {
+        {"5", {5}},          {"5.3", {}},           {"0.9", {}},         {"300", {}},
+        {"-4", {}},          {"*,-4", allBut(4)},   {"1.5,-3", {1, 2, 4, 5}},
+        {"3,10.12", {3, 10, 11, 12}},               {"+3, x7y ,9", {3, 7, 9}},
+        {"250.300", {250, 251, 252, 253, 254, 255}}, {"65538", {2}},  // cut to 16 bits
+        {"99999999999999999999", {}},               {",,,", {}},
+    };
+    for (const Row& row : rows) {
+        KivClTraceSettings settings;
+        settings.initComponentIds(row.text);
+        EXPECT_EQ(enabledIds(settings.getFilter()), row.ids) << row.text;
+        EXPECT_TRUE(settings.getFilter().usesCompIdFilter());
+    }
+    KivClTraceSettings settings;
+    settings.initComponentIds("");  // changes nothing
+    EXPECT_EQ(enabledIds(settings.getFilter()).size(), 256u);
+    EXPECT_FALSE(settings.getFilter().usesCompIdFilter());
+}
+
+TEST(TraceFilter, DetailTexts) {
+    const std::pair<const char*, KivEnTraceDetail> rows[] = {
+        {"HIGH", KIV_TRACE_DETAIL_HIGH}, {"highest", KIV_TRACE_DETAIL_HIGH}, {"MEDIUM", KIV_TRACE_DETAIL_MED},
+        {"low", KIV_TRACE_DETAIL_LOW},   {"LO", KIV_TRACE_DETAIL_OFF},       {"x", KIV_TRACE_DETAIL_OFF},
+        {nullptr, KIV_TRACE_DETAIL_OFF}};
+    for (const auto& [text, detail] : rows) {
+        KivClTraceFilter filter;
+        filter.setDetail(text);
+        EXPECT_EQ(filter.getDetail(), detail) << (text ? text : "null");
+    }
+    EXPECT_STREQ(KivClTraceFilter::getDetailAsCString(3), "HIGH");
+    EXPECT_EQ(KivClTraceFilter::getDetailAsCString(4), nullptr);
+    EXPECT_EQ(KivClTraceFilter::getDetailAsCString(-1), nullptr);
+}
+
+TEST(TraceFilter, RecordingAndFormattingTests) {
+    KivClTraceFilter filter;  // LOW, every component, any process and thread
+    filter.setComponentIdSet(9, 0, false);
+    filter.disableComponentId(0);  // id 0 passes whatever its bit says
+    filter.setProcessId("100");
+    filter.setThreadId("not a number");
+    struct Row {
+        KivEnTraceDetail detail;
+        unsigned component;
+        uint32_t pid;
+        bool recorded, formatted;
+    } rows[] = {
+        {KIV_TRACE_DETAIL_LOW, 1, 100, true, true},       {KIV_TRACE_DETAIL_MED, 1, 100, false, false},
+        {KIV_TRACE_DETAIL_LOW, 9, 100, false, false},     {KIV_TRACE_DETAIL_LOW, 0, 100, true, true},
+        {KIV_TRACE_DETAIL_LOW, 256 + 9, 100, false, false},  // tested by its low 8 bits
+        {KIV_TRACE_DETAIL_LOW, 1, 101, true, false},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(filter.passes(row.detail, row.component), row.recorded) << row.component;
+        EXPECT_EQ(filter.passes(row.detail, row.component, row.pid, 5), row.formatted) << row.pid;
+    }
+    filter.setThreadId("77");
+    EXPECT_FALSE(filter.passes(KIV_TRACE_DETAIL_LOW, 1, 100, 78));
+    EXPECT_TRUE(filter.passes(KIV_TRACE_DETAIL_LOW, 1, 100, 77));
+}

@@ -1,0 +1,61 @@
+// Helpers shared by the trace test suites.
+#ifndef KIV_TRACE_TEST_HELPERS_HPP
+#define KIV_TRACE_TEST_HELPERS_HPP
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kiv_test_support.hpp"
+#include "kiv_trace.hpp"
+
+namespace kivtest {
+
+// The trace variables of one key: _FILE names trace.trc in dir, the others
+// start unset. Everything is restored when the object goes away.
+class TraceKeyEnv {
+public:
+    TraceKeyEnv(const std::string& key, const TempDir& dir) : key_(key), file(dir.file("trace.trc")) {
+        for (const char* suffix : {"ACTIVE", "DETAIL", "AUTOSAVE", "AUTOFLUSH", "AUTOCLEAR", "COMPRESS",
+                                   "COMPSET", "BUFSIZE", "FORMAT", "VERBOSE"}) {
+            set(suffix, nullptr);
+        }
+        set("FILE", file.c_str());
+    }
+    // Sets <key>_TRACE_<suffix>; null unsets it.
+    void set(const char* suffix, const char* value) {
+        vars_.push_back(std::make_unique<ScopedEnv>((key_ + "_TRACE_" + suffix).c_str(), value));
+    }
+
+private:
+    std::string key_;
+    std::vector<std::unique_ptr<ScopedEnv>> vars_;
+
+public:
+    const std::string file;
+};
+
+// An uncompressed record written by hand, for files no writer would produce.
+struct RawRecord {
+    uint32_t type;
+    std::string message, function, data;
+    uint32_t detail = 1, componentId = 0, timeStamp = 0, processId = 0, threadId = 0;
+};
+
+inline std::string makeRecord(const RawRecord& r) {
+    const _KivStTraceRecordHeader header{
+        static_cast<uint8_t>((r.type & 0x1F) | (r.detail << 6)), static_cast<uint8_t>(r.componentId),
+        static_cast<uint8_t>(r.message.size()), static_cast<uint8_t>(r.function.size()), r.timeStamp,
+        r.processId, r.threadId, static_cast<uint32_t>(r.data.size())};
+    return std::string(reinterpret_cast<const char*>(&header), sizeof(header)) + r.message + r.function + r.data;
+}
+
+// The bytes of a value in host order.
+template <typename T>
+std::string bytesOf(T value) {
+    return std::string(reinterpret_cast<const char*>(&value), sizeof(value));
+}
+
+}  // namespace kivtest
+
+#endif  // KIV_TRACE_TEST_HELPERS_HPP

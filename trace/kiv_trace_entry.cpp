@@ -1,0 +1,248 @@
+// Trace records and the 6-bit text compression.
+#include "kiv_traceentry.hpp"
+
+#include <cstring>
+
+#include "kiv_timing.hpp"
+#include "kiv_trace.hpp"
+
+namespace {
+
+constexpr uint8_t TYPE_MASK = 0x1F;
+constexpr uint8_t COMPRESSED_BIT = 0x20;
+constexpr uint8_t DETAIL_SHIFT = 6;
+constexpr uint32_t ESCAPE_CODE = 63;
+constexpr uint32_t CODE_BITS = 6;
+constexpr uint32_t ESCAPED_BITS = CODE_BITS + 8;
+
+}  // namespace
+
+// The compression alphabet: a character's code is its position.
+extern const char gs_szCompressCharSet[] =
+    " ,&*:_~()<>ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+static_assert(sizeof(gs_szCompressCharSet) == 64, "the alphabet has 63 characters");
+
+// Inverse of the alphabet, indexed by byte value: the code, or -1.
+extern const int32_t gs_aiCompressIdxTable[256] = {
+#define KIV_NO -1
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,  // 0x00
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,  // 0x10
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,
+    0,      KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, 2,      KIV_NO,  // 0x20  ' ' '&'
+    7,      8,      3,      KIV_NO, 1,      KIV_NO, KIV_NO, KIV_NO,  //       ( ) * ,
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,  // 0x30 digits
+    KIV_NO, KIV_NO, 4,      KIV_NO, 9,      KIV_NO, 10,     KIV_NO,  //       : < >
+    KIV_NO, 11,     12,     13,     14,     15,     16,     17,      // 0x40 A..G
+    18,     19,     20,     21,     22,     23,     24,     25,      //      H..O
+    26,     27,     28,     29,     30,     31,     32,     33,      // 0x50 P..W
+    34,     35,     36,     KIV_NO, KIV_NO, KIV_NO, KIV_NO, 5,       //      X Y Z _
+    KIV_NO, 37,     38,     39,     40,     41,     42,     43,      // 0x60 a..g
+    44,     45,     46,     47,     48,     49,     50,     51,      //      h..o
+    52,     53,     54,     55,     56,     57,     58,     59,      // 0x70 p..w
+    60,     61,     62,     KIV_NO, KIV_NO, KIV_NO, 6,      KIV_NO,  //      x y z ~
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,  // 0x80
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,  // 0xA0
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,  // 0xC0
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,  // 0xE0
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,
+    KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,
+#undef KIV_NO
+};
+
+KivClTraceEntry::KivClTraceEntry(const KivClTraceEnvironment& environment)
+    : environment_(&environment), area_{}, headerAndTextLength_(HEADER_SIZE), data_(nullptr) {}
+
+KivClTraceEntry::KivClTraceEntry(const KivClTraceEnvironment& environment,
+                                 KivEnTraceDetail detail, unsigned short componentId,
+                                 KivEnTraceDataType type, const char* functionName,
+                                 const char* message, const void* data, unsigned int length)
+    : environment_(&environment), headerAndTextLength_(HEADER_SIZE), data_(data) {
+    if (data == nullptr) {
+        length = 0;
+        type = KIV_TRACE_TYPE_DATA_NULL;
+    }
+    if (length > environment.getBufferSize()) {
+        length = environment.getBufferSize();
+        type = KIV_TRACE_TYPE_DATA_CLIPPED;
+    }
+    _KivStTraceRecordHeader header;
+    header.flags = static_cast<uint8_t>((static_cast<uint32_t>(type) & TYPE_MASK) |
+                                        ((static_cast<uint32_t>(detail) & 3u) << DETAIL_SHIFT));
+    header.componentId = static_cast<uint8_t>(componentId & 0xFFu);
+    header.timeStamp = kivGetTimeStamp();
+    header.processId = environment.getProcessId();
+    header.threadId = static_cast<uint32_t>(KivClThreadProperty().getId());
+    header.dataLength = length;
+
+    const char* text1 = message ? message : "";
+    const char* text2 = functionName ? functionName : "";
+    unsigned char* texts = area_ + HEADER_SIZE;
+    uint32_t length1;
+    uint32_t length2;
+    if (environment.getSettings().isCompressionOn()) {
+        header.flags |= COMPRESSED_BIT;
+        length1 = compressCString(texts, text1, MAX_TEXT_LENGTH);
+        length2 = compressCString(texts + length1, text2, MAX_TEXT_LENGTH);
+    } else {
+        length1 = static_cast<uint32_t>(strnlen(text1, MAX_TEXT_LENGTH));
+        memcpy(texts, text1, length1);
+        length2 = static_cast<uint32_t>(strnlen(text2, MAX_TEXT_LENGTH));
+        memcpy(texts + length1, text2, length2);
+    }
+    header.length1 = static_cast<uint8_t>(length1);
+    header.length2 = static_cast<uint8_t>(length2);
+    setHeader(header);
+    headerAndTextLength_ = HEADER_SIZE + length1 + length2;
+}
+
+KivClTraceEntry::~KivClTraceEntry() = default;
+
+_KivStTraceRecordHeader KivClTraceEntry::getHeader() const {
+    _KivStTraceRecordHeader header;
+    memcpy(&header, area_, HEADER_SIZE);
+    return header;
+}
+
+void KivClTraceEntry::setHeader(const _KivStTraceRecordHeader& header) {
+    memcpy(area_, &header, HEADER_SIZE);
+}
+
+KivEnTraceDataType KivClTraceEntry::getType() const {
+    return static_cast<KivEnTraceDataType>(area_[0] & TYPE_MASK);
+}
+
+void KivClTraceEntry::setType(KivEnTraceDataType type) {
+    area_[0] = static_cast<unsigned char>((area_[0] & ~TYPE_MASK) |
+                                          (static_cast<uint32_t>(type) & TYPE_MASK));
+}
+
+KivEnTraceDetail KivClTraceEntry::getDetail() const {
+    return static_cast<KivEnTraceDetail>(area_[0] >> DETAIL_SHIFT);
+}
+
+void KivClTraceEntry::setDetail(KivEnTraceDetail detail) {
+    area_[0] = static_cast<unsigned char>((area_[0] & (TYPE_MASK | COMPRESSED_BIT)) |
+                                          ((static_cast<uint32_t>(detail) & 3u) << DETAIL_SHIFT));
+}
+
+bool KivClTraceEntry::isCompressed() const { return (area_[0] & COMPRESSED_BIT) != 0; }
+
+void KivClTraceEntry::compressWriteBits(unsigned char* buffer, uint32_t bitPosition,
+                                        uint32_t value, uint32_t bitCount) {
+    const uint32_t index = bitPosition / 8;
+    const uint32_t offset = bitPosition % 8;
+    // The value moved to the top of an 8-bit window.
+    const uint32_t top = (value << (8 - bitCount)) & 0xFFu;
+    if (offset == 0) {
+        buffer[index] = static_cast<unsigned char>(top);
+        return;
+    }
+    buffer[index] = static_cast<unsigned char>(buffer[index] + (top >> offset));
+    if (offset + bitCount > 8) buffer[index + 1] = static_cast<unsigned char>((top << (8 - offset)) & 0xFFu);
+}
+
+uint32_t KivClTraceEntry::deCompressReadBits(const unsigned char* buffer, uint32_t bitPosition,
+                                             uint32_t bitCount) {
+    const uint32_t index = bitPosition / 8;
+    const uint32_t offset = bitPosition % 8;
+    uint32_t window = static_cast<uint32_t>(buffer[index]) << 8;
+    if (offset + bitCount > 8) window |= buffer[index + 1];
+    return ((window << offset) & 0xFFFFu) >> (16 - bitCount);
+}
+
+uint32_t KivClTraceEntry::compressCString(unsigned char* destination, const char* text,
+                                          uint32_t limit) {
+    if (limit == 0 || text == nullptr) return 0;
+    const uint32_t limitBits = 8 * limit;
+    uint32_t bit = 0;
+    for (const unsigned char* c = reinterpret_cast<const unsigned char*>(text); *c; ++c) {
+        const int32_t code = gs_aiCompressIdxTable[*c];
+        if (code >= 0) {
+            compressWriteBits(destination, bit, static_cast<uint32_t>(code), CODE_BITS);
+            bit += CODE_BITS;
+        } else {
+            if (bit + ESCAPED_BITS > limitBits) break;
+            compressWriteBits(destination, bit, ESCAPE_CODE, CODE_BITS);
+            compressWriteBits(destination, bit + CODE_BITS, *c, 8);
+            bit += ESCAPED_BITS;
+        }
+        if (bit > limitBits - 8) break;
+    }
+    if (bit % 8 != 0) {
+        const uint32_t fill = 8 - bit % 8;
+        compressWriteBits(destination, bit, (1u << fill) - 1, fill);
+        bit += fill;
+    }
+    return bit / 8;
+}
+
+uint32_t KivClTraceEntry::deCompressCString(char* destination, const unsigned char* source,
+                                            uint32_t sourceBytes) {
+    const uint32_t totalBits = 8 * sourceBytes;
+    uint32_t bit = 0;
+    uint32_t count = 0;
+    while (totalBits - bit >= CODE_BITS) {
+        const uint32_t code = deCompressReadBits(source, bit, CODE_BITS);
+        bit += CODE_BITS;
+        if (code < ESCAPE_CODE) {
+            destination[count++] = gs_szCompressCharSet[code];
+            continue;
+        }
+        if (totalBits - bit < 8) break;  // a fill of one-bits, not an escape
+        destination[count++] = static_cast<char>(deCompressReadBits(source, bit, 8));
+        bit += 8;
+    }
+    destination[count] = '\0';
+    return count;
+}
+
+KivClTraceFileEntry::KivClTraceFileEntry(KivClTraceEnvironment& environment)
+    : KivClTraceEntry(environment), readEnvironment_(&environment), functionName_{},
+      functionNameLength_(0), message_{}, messageLength_(0) {}
+
+uint32_t KivClTraceFileEntry::decodeText(char* destination, const unsigned char* source,
+                                         uint32_t length) {
+    if (!isCompressed()) {
+        memcpy(destination, source, length);
+        destination[length] = '\0';
+        return length;
+    }
+    const uint32_t count = deCompressCString(destination, source, length);
+    readEnvironment_->recordCompressionRate(count, length);
+    return count;
+}
+
+bool KivClTraceFileEntry::read(std::istream& stream) {
+    stream.read(reinterpret_cast<char*>(area_), HEADER_SIZE);
+    const std::streamsize got = stream.gcount();
+    if (got == 0) {
+        memset(area_, 0, sizeof(area_));
+        headerAndTextLength_ = HEADER_SIZE;
+        message_[0] = functionName_[0] = '\0';
+        messageLength_ = functionNameLength_ = 0;
+        return false;
+    }
+    if (got < static_cast<std::streamsize>(HEADER_SIZE)) {
+        memset(area_ + got, 0, HEADER_SIZE - static_cast<size_t>(got));
+    }
+    const _KivStTraceRecordHeader header = getHeader();
+    const uint32_t textLength = header.length1 + header.length2;
+    headerAndTextLength_ = HEADER_SIZE + textLength;
+    unsigned char* texts = area_ + HEADER_SIZE;
+    memset(texts, 0, textLength);
+    if (stream) stream.read(reinterpret_cast<char*>(texts), textLength);
+    messageLength_ = decodeText(message_, texts, header.length1);
+    functionNameLength_ = decodeText(functionName_, texts + header.length1, header.length2);
+    return true;
+}

@@ -1,0 +1,353 @@
+// Trace formatter and the data type table.
+#include "kiv_traceformat.hpp"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+
+#include "kiv_dump.hpp"
+#include "kiv_exception.hpp"
+#include "kiv_msgcat.hpp"
+#include "kiv_string.hpp"
+#include "trace/kiv_trace_memory.hpp"
+
+extern const _KivStTraceFormatDescription gs_astFormatDescriptions[KIV_TRACE_TYPE_COUNT] = {
+    {0, "", ""},
+    {1, "FE", "FUNCTION ENTRY"},
+    {2, "FX", "FUNCTION EXIT"},
+    {3, "ND", "NO DATA"},
+    {4, "DA", "DATA"},
+    {5, "DA", "DATA"},
+    {6, "DA", "DATA"},
+    {7, "p", "Address"},
+    {8, "cpsz", "C string"},
+    {9, "wc", "Unicode"},
+    {10, "b", "bool"},
+    {11, "i8", "signed integer (8 bits)"},
+    {12, "w8", "unsigned integer (8 bits)"},
+    {13, "i16", "signed integer (16 bits)"},
+    {14, "w16", "unsigned integer (16 bits)"},
+    {15, "i32", "signed integer (32 bits)"},
+    {16, "w32", "unsigned integer (32 bits)"},
+    {17, "i64", "signed integer (64 bits)"},
+    {18, "w64", "unsigned integer (64 bits)"},
+    {19, "f", "float"},
+    {20, "d", "double"},
+    {21, "ld", "long double"},
+};
+
+namespace {
+
+// Largest data length of a scalar record.
+constexpr uint32_t MAX_SCALAR_LENGTH = 127;
+// Skips up to this many bytes by reading through the stream's buffer; longer
+// runs are skipped by seeking.
+constexpr uint32_t SKIP_BY_READING = 4096;
+
+const char* const gs_apszBuiltInTexts[] = {"Bytes", " *** Clipped ***",
+                                           "*** Illegal NULL pointer ***", "Nesting level: "};
+
+// Throws the formatter's fatal exception; the line is the number after the
+// module text's colon.
+[[noreturn]] void fail(uint32_t errorId, KivEnErrorClass errorClass, const char* module) {
+    const _KivStUserError error{errorId, errorClass, KIV_SEVERITY_FATAL, KIV_ACTION_TERMINATE};
+    throw KivClExceptionFatal(error, module, strtoul(strchr(module, ':') + 1, nullptr, 10));
+}
+
+[[noreturn]] void failEof(const char* module) {
+    fail(KIV_ERRID_TRACEFORMAT_UNEXPECTED_EOF, KIV_ERRCLASS_IO_READ_PROBLEM, module);
+}
+
+[[noreturn]] void failCorrupt(const char* module) {
+    fail(KIV_ERRID_TRACEFORMAT_FILE_CORRUPTED, KIV_ERRCLASS_INVALID_DATA, module);
+}
+
+// Reads exactly length bytes or throws the end-of-file exception of module.
+void readExactly(std::istream& input, void* destination, uint32_t length, const char* module) {
+    input.read(static_cast<char*>(destination), length);
+    if (input.gcount() != static_cast<std::streamsize>(length)) failEof(module);
+}
+
+bool isPrintable(unsigned char c) { return c >= 0x20 && c <= 0x7E; }
+
+}  // namespace
+
+const _KivStTraceFormatDescription& kivGetFormatDescription(uint32_t type) {
+    if (type >= KIV_TRACE_TYPE_COUNT) {
+        fail(KIV_ERRID_TRACEFORMAT_FILE_CORRUPTED, KIV_ERRCLASS_DATA_OUT_OF_BOUNDS,
+             KivClTraceFormatter::MODULE_BAD_TYPE);
+    }
+    return gs_astFormatDescriptions[type];
+}
+
+KivClTraceFormatter::KivClTraceFormatter(KivClTraceEnvironment& environment,
+                                         const KivClTraceFilter* filter)
+    : environment_(environment), filter_(nullptr), catalog_(nullptr), message_(nullptr),
+      output_(nullptr), entryCount_(0), nestingLevel_(0), formatString_(nullptr),
+      indentation_(nullptr) {
+    setFilter(filter);
+    setFormatString(nullptr);
+}
+
+KivClTraceFormatter::~KivClTraceFormatter() { kivTraceDelete(message_); }
+
+void KivClTraceFormatter::attachKivMessageCatalog(const KivClMessageCatalog& catalog) {
+    catalog_ = &catalog;
+    if (message_ == nullptr) message_ = kivTraceNew<KivClMessage>(catalog, MSG_BYTES);
+}
+
+const char* KivClTraceFormatter::getMessage(unsigned long id) {
+    if (catalog_ != nullptr) {
+        if (message_->getMessageId() != id) message_->setNewMessageId(id);
+        return message_->getText();
+    }
+    if (id < MSG_BYTES || id > MSG_NESTING_LEVEL) return nullptr;
+    return gs_apszBuiltInTexts[id - MSG_BYTES];
+}
+
+void KivClTraceFormatter::setFormatString(const char* text) {
+    formatString_ = text ? text : environment_.getFormatString();
+}
+
+void KivClTraceFormatter::setFilter(const KivClTraceFilter* filter) {
+    filter_ = filter ? filter : &environment_.getSettings().getFilter();
+}
+
+const char* KivClTraceFormatter::getTypeAsShortCString(uint32_t type) {
+    return kivGetFormatDescription(type).shortName;
+}
+
+const char* KivClTraceFormatter::getTypeAsLongCString(uint32_t type) {
+    return kivGetFormatDescription(type).longName;
+}
+
+void KivClTraceFormatter::format(std::ostream& output) {
+    std::ifstream input(environment_.getTraceFileName().getAsCString(), std::ios::binary);
+    entryCount_ = 0;
+    nestingLevel_ = 0;
+    output_ = &output;
+    if (!input.is_open()) {
+        fail(KIV_ERRID_TRACEFORMAT_COULD_NOT_OPEN, KIV_ERRCLASS_IO_PERMISSION_DENIED, MODULE_OPEN);
+    }
+    char lastFunctionName[FUNCTION_NAME_BUFFER] = {};
+    while (!input.eof() && formatEntry(input, formatString_, lastFunctionName)) ++entryCount_;
+}
+
+bool KivClTraceFormatter::formatEntry(std::istream& input, const char* formatString,
+                                      char* lastFunctionName) {
+    KivClTraceFileEntry entry(environment_);
+    if (!entry.read(input)) return false;
+    const _KivStTraceRecordHeader header = entry.getHeader();
+    const KivEnTraceDataType type = entry.getType();
+    const bool isFunction = type == KIV_TRACE_TYPE_FUNCTION_ENTRY || type == KIV_TRACE_TYPE_FUNCTION_EXIT;
+    if ((!functionHeaders && isFunction) ||
+        !filter_->passes(entry.getDetail(), header.componentId, header.processId, header.threadId)) {
+        skipEntry(input, header.dataLength);
+        return true;
+    }
+    const char* name = entry.getFunctionName();
+    const bool printName = everyFunctionName || type == KIV_TRACE_TYPE_FUNCTION_ENTRY ||
+                           strcmp(name, lastFunctionName) != 0;
+    if (printName) kivStrCopyUntil(lastFunctionName, name, '\0', FUNCTION_NAME_BUFFER);
+
+    std::ostream& out = *output_;
+    bool dataPrinted = false;
+    for (const char* p = formatString ? formatString : ""; *p; ++p) {
+        if (input.eof()) failEof(MODULE_FORMAT_EOF);
+        if (*p == '\\') {
+            ++p;
+            if (*p == '\0') break;
+            if (*p == 'n') {
+                printLineBreak();
+            } else {
+                out << (*p == 't' ? '\t' : *p);
+            }
+            continue;
+        }
+        if (*p != '%') {
+            out << *p;
+            continue;
+        }
+        ++p;
+        switch (*p) {
+        case '\0': out << '%'; return finishEntry(input, header.dataLength, dataPrinted);
+        case 'x': printTypeName(entry, getTypeAsShortCString(type)); break;
+        case 'X': printTypeName(entry, getTypeAsLongCString(type)); break;
+        case 'l': {
+            const char* detail = KivClTraceFilter::getDetailAsCString(entry.getDetail());
+            out << (detail ? detail : "");
+            break;
+        }
+        case 's': out << header.timeStamp; break;
+        case 'c': out << static_cast<unsigned>(header.componentId); break;
+        case 'p': out << header.processId; break;
+        case 't': out << header.threadId; break;
+        case 'f':
+            if (printName) displayBuffer(name, entry.getFunctionNameLength());
+            break;
+        case 'm': displayBuffer(entry.getMessage(), entry.getMessageLength()); break;
+        case 'd':
+            if (!dataPrinted) formatData(input, type, header.dataLength);
+            dataPrinted = true;
+            break;
+        case 'n': printLineBreak(); break;
+        default: out << '%'; break;  // "%%" and unknown variables
+        }
+    }
+    return finishEntry(input, header.dataLength, dataPrinted);
+}
+
+bool KivClTraceFormatter::finishEntry(std::istream& input, uint32_t dataLength, bool dataPrinted) {
+    if (!dataPrinted) skipEntry(input, dataLength);
+    return true;
+}
+
+void KivClTraceFormatter::printTypeName(const KivClTraceFileEntry& entry, const char* name) {
+    std::ostream& out = *output_;
+    out << name;
+    const KivEnTraceDataType type = entry.getType();
+    if (type != KIV_TRACE_TYPE_DATA && type != KIV_TRACE_TYPE_DATA_CLIPPED) return;
+    out << " (" << entry.getDataLength() << ' ' << getMessage(MSG_BYTES) << ')';
+    if (type == KIV_TRACE_TYPE_DATA_CLIPPED) out << getMessage(MSG_CLIPPED);
+}
+
+void KivClTraceFormatter::printLineBreak() {
+    *output_ << '\n';
+    displayIndent();
+}
+
+void KivClTraceFormatter::displayIndent() {
+    if (indentation_ == nullptr) return;
+    for (int32_t level = 0; level < nestingLevel_; ++level) *output_ << indentation_;
+}
+
+void KivClTraceFormatter::displayBuffer(const char* text, uint32_t length) {
+    output_->write(text, length);
+}
+
+void KivClTraceFormatter::skipEntry(std::istream& input, uint32_t length) {
+    if (input.eof()) failEof(MODULE_SKIP_EOF);
+    if (length == 0) return;
+    if (length <= SKIP_BY_READING) {
+        input.ignore(length);
+        if (input.gcount() != static_cast<std::streamsize>(length)) failEof(MODULE_SKIP_EOF);
+        return;
+    }
+    // Seek to the last byte and read it, so that a cut file is noticed.
+    input.seekg(static_cast<std::streamoff>(length) - 1, std::ios::cur);
+    if (!input || input.get() == std::char_traits<char>::eof()) failEof(MODULE_SKIP_EOF);
+}
+
+void KivClTraceFormatter::formatData(std::istream& input, KivEnTraceDataType type, uint32_t length) {
+    if (input.eof()) failEof(MODULE_DATA_EOF);
+    switch (type) {
+    case KIV_TRACE_TYPE_DATA:
+    case KIV_TRACE_TYPE_DATA_CLIPPED:
+    case KIV_TRACE_TYPE_UNICODE: formatHexDump(input, length); return;
+    case KIV_TRACE_TYPE_CSTRING: formatCString(input, length); return;
+    case KIV_TRACE_TYPE_ADDRESS:
+        if (length != 4 && length != 8) failCorrupt(MODULE_ADDRESS_LENGTH);
+        formatAdrs(input, length);
+        return;
+    default: break;
+    }
+    if (length > MAX_SCALAR_LENGTH) failCorrupt(MODULE_SCALAR_LENGTH);
+    unsigned char bytes[MAX_SCALAR_LENGTH + 1] = {};
+    readExactly(input, bytes, length, MODULE_DATA_EOF);
+    formatScalar(type, bytes, length);
+}
+
+void KivClTraceFormatter::formatScalar(KivEnTraceDataType type, const unsigned char* bytes,
+                                       uint32_t length) {
+    std::ostream& out = *output_;
+    // Values are taken in host byte order from the zero-padded bytes, so a
+    // record shorter than its type reads as if its missing bytes were 0.
+    auto value = [bytes](auto zero) {
+        decltype(zero) v = zero;
+        memcpy(&v, bytes, sizeof(v));
+        return v;
+    };
+    switch (type) {
+    case KIV_TRACE_TYPE_FUNCTION_ENTRY:
+    case KIV_TRACE_TYPE_FUNCTION_EXIT:
+        if (length != 4) {
+            failCorrupt(type == KIV_TRACE_TYPE_FUNCTION_ENTRY ? MODULE_ENTRY_LENGTH : MODULE_EXIT_LENGTH);
+        }
+        nestingLevel_ = value(int32_t{0});
+        if (nest) out << getMessage(MSG_NESTING_LEVEL) << nestingLevel_;
+        return;
+    case KIV_TRACE_TYPE_NO_DATA:
+        if (length != 0) failCorrupt(MODULE_NO_DATA_LENGTH);
+        return;
+    case KIV_TRACE_TYPE_DATA_NULL: out << getMessage(MSG_NULL_POINTER); return;
+    case KIV_TRACE_TYPE_BOOL: out << (bytes[0] != 0 ? "TRUE" : "FALSE"); break;
+    case KIV_TRACE_TYPE_INT8:
+    case KIV_TRACE_TYPE_UINT8: {
+        const int32_t number = type == KIV_TRACE_TYPE_INT8 ? static_cast<int8_t>(bytes[0]) : bytes[0];
+        char text[32];
+        snprintf(text, sizeof(text), "0x%X/%d", static_cast<uint32_t>(number), number);
+        out << text;
+        if (isPrintable(bytes[0])) out << "/'" << static_cast<char>(bytes[0]) << '\'';
+        break;
+    }
+    case KIV_TRACE_TYPE_INT16: out << value(int16_t{0}); break;
+    case KIV_TRACE_TYPE_UINT16: out << value(uint16_t{0}); break;
+    case KIV_TRACE_TYPE_INT32: out << value(int32_t{0}); break;
+    case KIV_TRACE_TYPE_UINT32: out << value(uint32_t{0}); break;
+    case KIV_TRACE_TYPE_INT64: out << value(int64_t{0}); break;
+    case KIV_TRACE_TYPE_UINT64: out << value(uint64_t{0}); break;
+    case KIV_TRACE_TYPE_FLOAT: out << value(0.0f); break;
+    case KIV_TRACE_TYPE_DOUBLE: out << value(0.0); break;
+    case KIV_TRACE_TYPE_LONG_DOUBLE: out << value(0.0L); break;
+    default: failCorrupt(MODULE_UNKNOWN_TYPE);
+    }
+    if (hex) {
+        printLineBreak();
+        const KivClStrepHexDump line(bytes, length);
+        out << "HEX: " << line.getAsCString();
+    }
+}
+
+void KivClTraceFormatter::formatCString(std::istream& input, uint32_t length) {
+    std::ostream& out = *output_;
+    out << '"';
+    char chunk[256];
+    while (length > 0) {
+        const uint32_t count = length < sizeof(chunk) ? length : static_cast<uint32_t>(sizeof(chunk));
+        readExactly(input, chunk, count, MODULE_CSTRING_EOF);
+        out.write(chunk, count);
+        length -= count;
+    }
+    out << '"';
+}
+
+void KivClTraceFormatter::formatHexDump(std::istream& input, uint32_t length) {
+    if (length == 0) return;
+    std::ostream& out = *output_;
+    out << '\n';
+    unsigned char bytes[KivClStrepHexDump::BYTES_PER_LINE];
+    for (uint32_t offset = 0; offset < length; offset += KivClStrepHexDump::BYTES_PER_LINE) {
+        const uint32_t count = length - offset < KivClStrepHexDump::BYTES_PER_LINE
+                                   ? length - offset
+                                   : KivClStrepHexDump::BYTES_PER_LINE;
+        readExactly(input, bytes, count, MODULE_HEXDUMP_EOF);
+        displayIndent();
+        out << KivClStrepHexDump(offset, bytes, count).getAsCString();
+        if (count == KivClStrepHexDump::BYTES_PER_LINE) out << '\n';
+    }
+}
+
+void KivClTraceFormatter::formatAdrs(std::istream& input, uint32_t length) {
+    unsigned char bytes[8] = {};
+    readExactly(input, bytes, length, MODULE_ADDRESS_EOF);
+    uint64_t address = 0;
+    if (length == 4) {
+        uint32_t narrow;
+        memcpy(&narrow, bytes, sizeof(narrow));
+        address = narrow;
+    } else {
+        memcpy(&address, bytes, sizeof(address));
+    }
+    *output_ << KivClStrepAddress(reinterpret_cast<const void*>(static_cast<uintptr_t>(address))).getAsCString();
+}
