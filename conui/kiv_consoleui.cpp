@@ -1,6 +1,7 @@
 // Console UI: setup, settings, built-in switches, command-line validation and
 // argument queries.
 #include "kiv_consoleui.hpp"
+#include "conui/kiv_consoleui_messages.hpp"
 
 #include <cctype>
 #include <cstdlib>
@@ -17,20 +18,6 @@
 #include "kiv_usage.hpp"
 
 namespace {
-
-// Library messages used here.
-constexpr unsigned long MSG_HELP_CHARS = 8;
-constexpr unsigned long MSG_COPYRIGHT_SWITCH = 9;
-constexpr unsigned long MSG_QUIET_SWITCH = 10;
-constexpr unsigned long MSG_FATAL_HEADER = 13;
-constexpr unsigned long MSG_SPECIFY_HELP = 21;
-constexpr unsigned long MSG_UNKNOWN_ARG = 23;
-constexpr unsigned long MSG_ARG_NOT_ALLOWED = 24;
-constexpr unsigned long MSG_ARG_REPEATED = 25;
-constexpr unsigned long MSG_MISSING_SWITCH = 26;
-constexpr unsigned long MSG_NO_VALUE = 27;
-constexpr unsigned long MSG_NO_NUMERIC_VALUE = 28;
-constexpr unsigned long MSG_NOT_NUMERIC = 29;
 
 // The text that stands for "no usage string"; recognised by its address and
 // never released.

@@ -4,20 +4,9 @@
 #include <string>
 
 #include "kiv_consoleui.hpp"
+#include "conui/kiv_consoleui_messages.hpp"
 
 namespace {
-
-// Library messages used here.
-constexpr unsigned long MSG_HELP_CHARS = 8;
-constexpr unsigned long MSG_COPYRIGHT_SWITCH = 9;
-constexpr unsigned long MSG_QUIET_SWITCH = 10;
-constexpr unsigned long MSG_USAGE = 17;
-constexpr unsigned long MSG_HELP = 18;
-constexpr unsigned long MSG_NO_HELP = 22;
-constexpr unsigned long MSG_COPYRIGHT = 34;
-constexpr unsigned long MSG_LEVEL = 35;
-constexpr unsigned long MSG_PLIM_LEVEL = 36;
-constexpr unsigned long MSG_COMPILE_DATE = 38;
 
 // The library's copyright notice; each line is shown padded to 60 columns.
 constexpr unsigned COPYRIGHT_WIDTH = 60;

@@ -4,25 +4,11 @@
 #include <iostream>
 
 #include "kiv_consoleui.hpp"
+#include "conui/kiv_consoleui_messages.hpp"
 #include "kiv_dump.hpp"
 #include "kiv_usage.hpp"
 
 namespace {
-
-// Library messages used here.
-constexpr unsigned long MSG_YES = 3;
-constexpr unsigned long MSG_NO = 4;
-constexpr unsigned long MSG_EXCEPTION_HEADER = 12;
-constexpr unsigned long MSG_FATAL_HEADER = 13;
-constexpr unsigned long MSG_ERROR_HEADER = 14;
-constexpr unsigned long MSG_WARNING_HEADER = 15;
-constexpr unsigned long MSG_ERROR_ID = 39;
-constexpr unsigned long MSG_ERROR_CLASS = 40;
-constexpr unsigned long MSG_ERROR_SEVERITY = 41;
-constexpr unsigned long MSG_ERROR_ACTION = 42;
-constexpr unsigned long MSG_CAUSE = 43;
-constexpr unsigned long MSG_MODULE = 44;
-constexpr unsigned long MSG_LINE = 46;
 
 constexpr const char* LABEL_INDENT = "  ";
 constexpr const char* SEPARATOR = ": ";

@@ -6,22 +6,10 @@
 #include <string>
 
 #include "kiv_consoleui.hpp"
+#include "conui/kiv_consoleui_messages.hpp"
 #include "kiv_string.hpp"
 
 namespace {
-
-// Library messages used here.
-constexpr unsigned long MSG_YES = 3;
-constexpr unsigned long MSG_NO = 4;
-constexpr unsigned long MSG_YES_NO = 5;
-constexpr unsigned long MSG_MINIMUM = 6;
-constexpr unsigned long MSG_MAXIMUM = 7;
-constexpr unsigned long MSG_DEFAULT = 11;
-constexpr unsigned long MSG_PRESS_ENTER = 20;
-constexpr unsigned long MSG_INVALID_VALUE = 30;
-constexpr unsigned long MSG_ENTER_NUMBER = 31;
-constexpr unsigned long MSG_WITHIN_LIMITS = 32;
-constexpr unsigned long MSG_PLEASE_USE = 33;
 
 constexpr char SPINNER[] = "|/-\\";
 constexpr unsigned SPINNER_STEPS = sizeof SPINNER - 1;
