@@ -5,7 +5,7 @@
 
 #include <new>
 
-#include "kiv_memmgr.hpp"
+#include "foundation/kiv_memobject.hpp"
 
 namespace {
 
@@ -50,21 +50,11 @@ void* KivClDllProcLoaderFile::getProcedure(const char* symbol) const {
     return ::dlsym(getHandle(), symbol);
 }
 
-namespace {
-
-void destroyLoader(KivClDllProcLoaderFile* loader) {
-    loader->~KivClDllProcLoaderFile();
-    kivFree(loader);
-}
-
-}  // namespace
-
 extern "C" void* kivDllProcLoaderOpen(const char* name) {
     const KivClFilename filename(name);
-    void* memory = kivMalloc(sizeof(KivClDllProcLoaderFile));
-    KivClDllProcLoaderFile* loader = new (memory) KivClDllProcLoaderFile(filename);
+    KivClDllProcLoaderFile* loader = kivNewObject<KivClDllProcLoaderFile>(filename);
     if (!loader->isLoaded()) {
-        destroyLoader(loader);
+        kivDeleteObject(loader);
         return nullptr;
     }
     return loader;
@@ -76,5 +66,5 @@ extern "C" void* kivDllProcLoaderGetProcedure(void* handle, const char* symbol) 
 }
 
 extern "C" void kivDllProcLoaderClose(void* handle) {
-    if (handle != nullptr) destroyLoader(static_cast<KivClDllProcLoaderFile*>(handle));
+    if (handle != nullptr) kivDeleteObject(static_cast<KivClDllProcLoaderFile*>(handle));
 }

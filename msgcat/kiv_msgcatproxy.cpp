@@ -5,34 +5,11 @@
 #include <cstring>
 #include <new>
 
+#include "foundation/kiv_memobject.hpp"
 #include "kiv_memmgr.hpp"
 
-namespace {
-
-// Runs the destructor of an object built in kivMalloc memory and frees it.
-template <typename T>
-void destroyAndFree(T* object) {
-    object->~T();
-    kivFree(object);
-}
-
-// Builds a T in memory from the memory manager; the memory is released
-// again when the constructor throws.
-template <typename T, typename... Args>
-T* createWithKivMalloc(Args&&... args) {
-    void* memory = kivMalloc(sizeof(T));
-    try {
-        return new (memory) T(static_cast<Args&&>(args)...);
-    } catch (...) {
-        kivFree(memory);
-        throw;
-    }
-}
-
-}  // namespace
-
 KivClMessageCatalog* KivClMessageCatalogProxy::createCatalog(const KivClFilename& name) {
-    return createWithKivMalloc<KivClMessageCatalog>(name);
+    return kivNewObject<KivClMessageCatalog>(name);
 }
 
 KivClMessageCatalogProxy::KivClMessageCatalogProxy(const KivClFilename& name)
@@ -51,7 +28,7 @@ KivClMessageCatalogProxy::KivClMessageCatalogProxy(const KivClMessageCatalog* ca
 
 KivClMessageCatalogProxy::~KivClMessageCatalogProxy() {
     // An owned catalog was created by this proxy, so it may be destroyed.
-    if (ownsCatalog_ && catalog_ != nullptr) destroyAndFree(const_cast<KivClMessageCatalog*>(catalog_));
+    if (ownsCatalog_ && catalog_ != nullptr) kivDeleteObject(const_cast<KivClMessageCatalog*>(catalog_));
     catalog_ = nullptr;
 }
 
@@ -83,9 +60,9 @@ const char* KivClMessageCatalogProxy::keep(const char* text) {
 }
 
 extern "C" KivClMessageCatalogProxy* kivMsgCatOpen(const char* name) {
-    KivClMessageCatalogProxy* proxy = createWithKivMalloc<KivClMessageCatalogProxy>(KivClFilename(name));
+    KivClMessageCatalogProxy* proxy = kivNewObject<KivClMessageCatalogProxy>(KivClFilename(name));
     if (!proxy->getCatalog()->isOpen()) {
-        destroyAndFree(proxy);
+        kivDeleteObject(proxy);
         return nullptr;
     }
     return proxy;
@@ -93,12 +70,12 @@ extern "C" KivClMessageCatalogProxy* kivMsgCatOpen(const char* name) {
 
 extern "C" KivClMessageCatalogProxy* kivMsgCatOpenAttach(const KivClMessageCatalog* catalog) {
     if (catalog == nullptr || !catalog->isOpen()) return nullptr;
-    return createWithKivMalloc<KivClMessageCatalogProxy>(catalog);
+    return kivNewObject<KivClMessageCatalogProxy>(catalog);
 }
 
 extern "C" KivClMessageCatalogProxy* kivMsgCatOpenOrUseStringTable(const char* name, const char* const* table,
                                                                    unsigned long count) {
-    return createWithKivMalloc<KivClMessageCatalogProxy>(KivClFilename(name), table, count);
+    return kivNewObject<KivClMessageCatalogProxy>(KivClFilename(name), table, count);
 }
 
 extern "C" bool kivMsgCatIsValid(KivClMessageCatalogProxy* handle, unsigned long id) {
@@ -122,5 +99,5 @@ extern "C" const char* kivMsgCatGetVar(KivClMessageCatalogProxy* handle, unsigne
 }
 
 extern "C" void kivMsgCatClose(KivClMessageCatalogProxy* handle) {
-    if (handle != nullptr) destroyAndFree(handle);
+    if (handle != nullptr) kivDeleteObject(handle);
 }

@@ -12,7 +12,7 @@
 #include "kiv_memmgr.hpp"
 #include "kiv_process.hpp"
 #include "kiv_string.hpp"
-#include "trace/kiv_trace_memory.hpp"
+#include "foundation/kiv_memobject.hpp"
 
 // The enabled instance: non-null exactly while tracing is enabled.
 KivClTraceInstance* gs_pclKivTraceInstance = nullptr;
@@ -56,16 +56,16 @@ KivClTraceEnvironment::KivClTraceEnvironment(const char* key, const char* instan
       buffer_(nullptr), active_(false), sharedMemory_(false), controller_(controller),
       decompressedTotal_(0), compressedTotal_(0), key_{} {
     kivStrCopyUntil(key_, key ? key : "", '\0', sizeof(key_));
-    settings_ = kivTraceNew<KivClTraceSettings>();
+    settings_ = kivNewObject<KivClTraceSettings>();
     try {
         determineSettingsFromEnvVars(key_);
         buffer_ = static_cast<char*>(kivMalloc(bufferSize_));
         memset(buffer_, 0, bufferSize_);
-        bufferManager_ = kivTraceNew<KivClTraceBufferManager>(semaphore_, buffer_, bufferSize_);
+        bufferManager_ = kivNewObject<KivClTraceBufferManager>(semaphore_, buffer_, bufferSize_);
     } catch (...) {
         // Out of memory: release what was taken before the exception leaves.
         kivFree(buffer_);
-        kivTraceDelete(settings_);
+        kivDeleteObject(settings_);
         throw;
     }
     if (settings_->isAutoSaveOn()) {
@@ -78,8 +78,8 @@ KivClTraceEnvironment::~KivClTraceEnvironment() {
     bufferManager_->flush();
     if (settings_->isAutoSaveOn()) bufferManager_->setOverflowCallBack(nullptr, nullptr);
     if (!sharedMemory_) kivFree(buffer_);
-    kivTraceDelete(bufferManager_);
-    kivTraceDelete(settings_);
+    kivDeleteObject(bufferManager_);
+    kivDeleteObject(settings_);
 }
 
 void KivClTraceEnvironment::determineSettingsFromEnvVars(const char* key) {
@@ -170,7 +170,7 @@ double KivClTraceEnvironment::getCompressionRate() const {
 
 KivClTraceInstance* KivClTraceInstance::createInstance(const char* key, const char* instanceName) {
     if (cv_pclSingletonInstance == nullptr) {
-        cv_pclSingletonInstance = kivTraceNew<KivClTraceInstance>(key, instanceName, false);
+        cv_pclSingletonInstance = kivNewObject<KivClTraceInstance>(key, instanceName, false);
     }
     return cv_pclSingletonInstance;
 }
@@ -178,7 +178,7 @@ KivClTraceInstance* KivClTraceInstance::createInstance(const char* key, const ch
 KivClTraceInstance* KivClTraceInstance::createControllerInstance(const char* key,
                                                                  const char* instanceName) {
     if (cv_pclSingletonInstance == nullptr) {
-        cv_pclSingletonInstance = kivTraceNew<KivClTraceInstance>(key, instanceName, true);
+        cv_pclSingletonInstance = kivNewObject<KivClTraceInstance>(key, instanceName, true);
     }
     return cv_pclSingletonInstance;
 }
@@ -186,18 +186,18 @@ KivClTraceInstance* KivClTraceInstance::createControllerInstance(const char* key
 void KivClTraceInstance::deleteInstance() {
     KivClTraceInstance* instance = cv_pclSingletonInstance;
     cv_pclSingletonInstance = nullptr;
-    kivTraceDelete(instance);
+    kivDeleteObject(instance);
 }
 
 KivClTraceInstance::KivClTraceInstance(const char* key, const char* instanceName, bool controller)
     : environment_(nullptr), callback_(dumpImp), userData_(this), nestingLevel_(0) {
-    environment_ = kivTraceNew<KivClTraceEnvironment>(key, instanceName, controller);
+    environment_ = kivNewObject<KivClTraceEnvironment>(key, instanceName, controller);
     enable();
 }
 
 KivClTraceInstance::~KivClTraceInstance() {
     disable();
-    kivTraceDelete(environment_);
+    kivDeleteObject(environment_);
 }
 
 bool KivClTraceInstance::enable() {

@@ -10,7 +10,7 @@
 #include "kiv_exception.hpp"
 #include "kiv_msgcat.hpp"
 #include "kiv_string.hpp"
-#include "trace/kiv_trace_memory.hpp"
+#include "foundation/kiv_memobject.hpp"
 
 extern const _KivStTraceFormatDescription gs_astFormatDescriptions[KIV_TRACE_TYPE_COUNT] = {
     {0, "", ""},
@@ -90,11 +90,11 @@ KivClTraceFormatter::KivClTraceFormatter(KivClTraceEnvironment& environment,
     setFormatString(nullptr);
 }
 
-KivClTraceFormatter::~KivClTraceFormatter() { kivTraceDelete(message_); }
+KivClTraceFormatter::~KivClTraceFormatter() { kivDeleteObject(message_); }
 
 void KivClTraceFormatter::attachKivMessageCatalog(const KivClMessageCatalog& catalog) {
     catalog_ = &catalog;
-    if (message_ == nullptr) message_ = kivTraceNew<KivClMessage>(catalog, MSG_BYTES);
+    if (message_ == nullptr) message_ = kivNewObject<KivClMessage>(catalog, MSG_BYTES);
 }
 
 const char* KivClTraceFormatter::getMessage(unsigned long id) {
