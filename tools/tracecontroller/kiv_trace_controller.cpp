@@ -42,7 +42,7 @@ std::string KivClTraceController::text(unsigned long id) const {
 
 int KivClTraceController::run() {
     ui_.init(MSG_TITLE, 0, kivLibraryGetLevel(), __DATE__);
-    const std::string usage = text(MSG_USAGE) + HIDDEN_SWITCHES;
+    const std::string usage = HIDDEN_SWITCHES + text(MSG_USAGE);
     const std::string help = text(MSG_HELP);
     ui_.hideTaggedLines();
     ui_.handleUsageHelp(usage.c_str(), help.c_str());

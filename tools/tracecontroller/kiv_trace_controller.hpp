@@ -47,8 +47,9 @@ public:
                                    MSG_FILTER_PID = 182, MSG_FILTER_TID = 183, MSG_COMPONENT_SET = 184,
                                    MSG_COMPRESSION = 185, MSG_ENTRIES = 186, MSG_INCLUDE = 187,
                                    MSG_EXCLUDE = 188;
-    // The hidden switches, appended to the usage string as a tagged line.
-    static constexpr const char* HIDDEN_SWITCHES = "\n![-init] [-dump] [-reset]";
+    // The hidden switches: a tagged first line put before the usage string,
+    // which the usage display drops whole.
+    static constexpr const char* HIDDEN_SWITCHES = "![-init] [-dump] [-reset]\n";
 
     explicit KivClTraceController(KivClConsoleUI& ui) : ui_(ui) {}
     KivClTraceController(const KivClTraceController&) = delete;
