@@ -59,8 +59,9 @@ int64_t measure(long round) {
     const int64_t square = static_cast<int64_t>(round) * round * 1000000007LL;
     const double ratio = static_cast<double>(round) / 8.0;
     const bool even = round % 2 == 0;
-    char block[21];
-    std::snprintf(block, sizeof(block), "round %-6ld block..", round % 1000000);
+    // 20 bytes of raw data (rounds stay below 1000000, so the number fits 6 places).
+    char block[32];
+    std::snprintf(block, sizeof(block), "round %-6ld block..", round);
     traceValue(KIV_TRACE_DETAIL_LOW, COMP_ROUND, KIV_TRACE_TYPE_INT32, "measure", "round", number);
     traceValue(KIV_TRACE_DETAIL_MED, COMP_ROUND, KIV_TRACE_TYPE_UINT8, "measure", "letter", letter);
     traceValue(KIV_TRACE_DETAIL_MED, COMP_ROUND, KIV_TRACE_TYPE_INT16, "measure", "delta", delta);

@@ -1,166 +1,104 @@
-// A strict little JSON reader for the tool tests: the whole text must be one
-// JSON value (RFC 8259 grammar, no extensions), else parsing fails.
+// A strict JSON check for the tool tests: true only when the whole text is
+// one JSON value of the RFC 8259 grammar, blanks around it allowed.
 #ifndef KIV_JSON_CHECK_HPP
 #define KIV_JSON_CHECK_HPP
 
-#include <cstdlib>
+#include <cstring>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace kivtest {
 
-struct JsonValue {
-    enum Kind { Null, Bool, Number, String, Array, Object } kind = Null;
-    bool boolean = false;
-    double number = 0;
-    std::string text;                                        // String
-    std::vector<JsonValue> items;                            // Array
-    std::vector<std::pair<std::string, JsonValue>> members;  // Object, in order
-
-    // The member called name, or null.
-    const JsonValue* get(const std::string& name) const {
-        for (const auto& member : members) {
-            if (member.first == name) return &member.second;
-        }
-        return nullptr;
-    }
-};
-
-class JsonReader {
+class JsonCheck {
 public:
-    // True when text is exactly one JSON value with optional blanks around.
-    static bool parse(const std::string& text, JsonValue& value) {
-        JsonReader reader(text);
-        return reader.value(value) && (reader.blanks(), reader.pos_ == text.size());
+    static bool isValid(const std::string& text) {
+        JsonCheck check(text);
+        if (!check.value(0)) return false;
+        check.blanks();
+        return check.at_ == text.size();
     }
 
 private:
-    explicit JsonReader(const std::string& text) : s_(text) {}
+    explicit JsonCheck(const std::string& text) : s_(text) {}
 
+    bool more() const { return at_ < s_.size(); }
     void blanks() {
-        while (pos_ < s_.size() && (s_[pos_] == ' ' || s_[pos_] == '\t' || s_[pos_] == '\n' || s_[pos_] == '\r')) ++pos_;
+        while (more() && std::strchr(" \t\n\r", s_[at_]) != nullptr && s_[at_] != '\0') ++at_;
     }
     bool take(char c) {
         blanks();
-        if (pos_ >= s_.size() || s_[pos_] != c) return false;
-        ++pos_;
-        return true;
-    }
-    bool word(const char* w) {
-        const std::string text(w);
-        if (s_.compare(pos_, text.size(), text) != 0) return false;
-        pos_ += text.size();
+        if (!more() || s_[at_] != c) return false;
+        ++at_;
         return true;
     }
     bool digits() {
-        const size_t start = pos_;
-        while (pos_ < s_.size() && s_[pos_] >= '0' && s_[pos_] <= '9') ++pos_;
-        return pos_ > start;
+        const size_t start = at_;
+        while (more() && s_[at_] >= '0' && s_[at_] <= '9') ++at_;
+        return at_ > start;
     }
-
-    bool value(JsonValue& v) {
-        if (++depth_ > 64) return false;
-        blanks();
-        if (pos_ >= s_.size()) return false;
-        bool ok = false;
-        const char c = s_[pos_];
-        if (c == '{') {
-            ok = object(v);
-        } else if (c == '[') {
-            ok = array(v);
-        } else if (c == '"') {
-            v.kind = JsonValue::String;
-            ok = string(v.text);
-        } else if (c == 't' || c == 'f') {
-            v.kind = JsonValue::Bool;
-            v.boolean = c == 't';
-            ok = word(c == 't' ? "true" : "false");
-        } else if (c == 'n') {
-            ok = word("null");
-        } else {
-            ok = number(v);
-        }
-        --depth_;
-        return ok;
-    }
-
-    bool number(JsonValue& v) {
-        const size_t start = pos_;
-        if (s_[pos_] == '-') ++pos_;
-        if (pos_ < s_.size() && s_[pos_] == '0') {
-            ++pos_;
-        } else if (!digits()) {
-            return false;
-        }
-        if (pos_ < s_.size() && s_[pos_] == '.' && (++pos_, !digits())) return false;
-        if (pos_ < s_.size() && (s_[pos_] == 'e' || s_[pos_] == 'E')) {
-            ++pos_;
-            if (pos_ < s_.size() && (s_[pos_] == '+' || s_[pos_] == '-')) ++pos_;
-            if (!digits()) return false;
-        }
-        v.kind = JsonValue::Number;
-        v.number = std::strtod(s_.substr(start, pos_ - start).c_str(), nullptr);
+    bool word(const char* w) {
+        if (s_.compare(at_, std::strlen(w), w) != 0) return false;
+        at_ += std::strlen(w);
         return true;
     }
 
-    bool string(std::string& out) {
-        ++pos_;  // the opening quote
-        while (pos_ < s_.size()) {
-            const unsigned char c = static_cast<unsigned char>(s_[pos_++]);
-            if (c == '"') return true;
+    bool value(int depth) {
+        blanks();
+        if (depth > 64 || !more()) return false;
+        switch (s_[at_]) {
+        case '{': return list('}', depth, true);
+        case '[': return list(']', depth, false);
+        case '"': return string();
+        case 't': return word("true");
+        case 'f': return word("false");
+        case 'n': return word("null");
+        default: return number();
+        }
+    }
+    // An array, or an object whose members are "name": value.
+    bool list(char close, int depth, bool object) {
+        ++at_;
+        if (take(close)) return true;
+        do {
+            if (object && !(blanks(), more() && s_[at_] == '"' && string() && take(':'))) return false;
+            if (!value(depth + 1)) return false;
+        } while (take(','));
+        return take(close);
+    }
+    bool string() {
+        for (++at_; more(); ++at_) {
+            const unsigned char c = static_cast<unsigned char>(s_[at_]);
+            if (c == '"') return ++at_, true;
             if (c < 0x20) return false;
-            if (c != '\\') {
-                out += static_cast<char>(c);
-                continue;
-            }
-            if (pos_ >= s_.size()) return false;
-            const char e = s_[pos_++];
-            const std::string simple = "\"\\/bfnrt", meaning = "\"\\/\b\f\n\r\t";
-            const size_t k = simple.find(e);
-            if (k != std::string::npos) {
-                out += meaning[k];
-            } else if (e == 'u' && pos_ + 4 <= s_.size()) {
-                const std::string hex = s_.substr(pos_, 4);
-                if (hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) return false;
-                const unsigned long code = std::strtoul(hex.c_str(), nullptr, 16);
-                out += code < 0x100 ? static_cast<char>(code) : '?';
-                pos_ += 4;
-            } else {
+            if (c != '\\') continue;
+            if (++at_ >= s_.size()) return false;
+            if (s_[at_] == 'u') {
+                const std::string hex = s_.substr(at_ + 1, 4);
+                if (hex.size() != 4 || hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) return false;
+                at_ += 4;
+            } else if (std::strchr("\"\\/bfnrt", s_[at_]) == nullptr || s_[at_] == '\0') {
                 return false;
             }
         }
         return false;
     }
-
-    bool array(JsonValue& v) {
-        v.kind = JsonValue::Array;
-        ++pos_;
-        if (take(']')) return true;
-        do {
-            v.items.emplace_back();
-            if (!value(v.items.back())) return false;
-        } while (take(','));
-        return take(']');
-    }
-
-    bool object(JsonValue& v) {
-        v.kind = JsonValue::Object;
-        ++pos_;
-        if (take('}')) return true;
-        do {
-            blanks();
-            std::string name;
-            if (pos_ >= s_.size() || s_[pos_] != '"' || !string(name) || !take(':')) return false;
-            v.members.emplace_back(name, JsonValue());
-            if (!value(v.members.back().second)) return false;
-        } while (take(','));
-        return take('}');
+    bool number() {
+        if (more() && s_[at_] == '-') ++at_;
+        if (more() && s_[at_] == '0') {
+            ++at_;
+        } else if (!digits()) {
+            return false;
+        }
+        if (more() && s_[at_] == '.' && (++at_, !digits())) return false;
+        if (more() && (s_[at_] == 'e' || s_[at_] == 'E')) {
+            ++at_;
+            if (more() && (s_[at_] == '+' || s_[at_] == '-')) ++at_;
+            return digits();
+        }
+        return true;
     }
 
     const std::string& s_;
-    size_t pos_ = 0;
-    int depth_ = 0;
+    size_t at_ = 0;
 };
 
 }  // namespace kivtest
