@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The main job: installs what is missing, builds everything and runs the demo:
 # the library demo, then a traced program and its trace shown by kivtracectl
-# (default format, then a custom one) and converted by kivtrace2json.
+# (default format, then a custom one).
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 build="$root/build"
@@ -22,15 +22,11 @@ export KIVDEMO_TRACE_BUFSIZE=4
 export KIVDEMO_TRACE_AUTOCLEAR=1
 export KIVDEMO_TRACE_FILE="$trace_dir/kivdemo.trc"
 ctl="$build/tools/tracecontroller/kivtracectl"
-json="$build/kiv_trace_demo.json"
 
 echo
 echo "=== traced program: kiv_trace_demo 20 ==="
 "$build/kiv_trace_demo" 20
 echo "trace file: $KIVDEMO_TRACE_FILE ($(wc -c < "$KIVDEMO_TRACE_FILE") bytes)"
-
-"$build/tools/trace2json/kivtrace2json" -key KivDemo > "$json"
-echo "Chrome trace-event JSON: $json (open it in https://ui.perfetto.dev or chrome://tracing)"
 
 echo
 echo "=== kivtracectl -key KivDemo -display ==="
