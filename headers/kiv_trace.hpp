@@ -131,6 +131,9 @@ public:
     const KivClTraceSettings& getSettings() const { return *settings_; }
     KivClTraceSettings& getSettings() { return *settings_; }
     const KivClFilenameABase& getTraceFileName() const { return traceFile_; }
+    // Names another trace file (a tool's explicit file name); the file itself
+    // is neither opened nor removed. A name is cut at 4096 characters.
+    void setTraceFileName(const char* name);
     const KivClResourceKeySemaphore& getSemaphore() const { return semaphore_; }
     KivClTraceBufferManager& getBufferManager() { return *bufferManager_; }
 

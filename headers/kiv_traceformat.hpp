@@ -1,6 +1,12 @@
 // Trace formatter: turns a trace file into readable text, one record at a
 // time, under a format string of % variables.
 //
+// With hex set, every scalar value (types bool to long double) is followed by
+// a line "HEX: " and its bytes as a hex dump line; with bin set, every
+// integral value (bool and the 8- to 64-bit integers) by a line "BIN: " and
+// its bytes in binary digits, in memory order (host order, so the low byte
+// comes first here), as a binary dump line. Both may be set: HEX comes first.
+//
 // Format variables: %f function name, %m message, %d data, %x / %X short /
 // long type name, %l detail, %s timestamp, %t thread id, %p process id, %c
 // component id, %n line break plus indentation, %% a percent sign; "\n",
@@ -112,7 +118,7 @@ public:
     bool functionHeaders = true;     // false: skip function entry and exit records
     bool everyFunctionName = true;   // false: %f only on change and on entries
     bool hex = false;                // add "HEX: " lines after scalar values
-    bool bin = false;                // kept for clients; changes no output
+    bool bin = false;                // add "BIN: " lines after integral values
 
 private:
     void printLineBreak();

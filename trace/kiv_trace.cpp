@@ -82,6 +82,8 @@ KivClTraceEnvironment::~KivClTraceEnvironment() {
     kivDeleteObject(settings_);
 }
 
+void KivClTraceEnvironment::setTraceFileName(const char* name) { traceFile_.init(name ? name : ""); }
+
 void KivClTraceEnvironment::determineSettingsFromEnvVars(const char* key) {
     char upperKey[MAX_KEY_LENGTH + 1];
     kivStrCopyUntil(upperKey, key, '\0', sizeof(upperKey));

@@ -307,6 +307,11 @@ void KivClTraceFormatter::formatScalar(KivEnTraceDataType type, const unsigned c
         const KivClStrepHexDump line(bytes, length);
         out << "HEX: " << line.getAsCString();
     }
+    if (bin && type <= KIV_TRACE_TYPE_UINT64) {
+        printLineBreak();
+        const KivClStrepBinDump line(bytes, length);
+        out << "BIN: " << line.getAsCString();
+    }
 }
 
 void KivClTraceFormatter::formatCString(std::istream& input, uint32_t length) {

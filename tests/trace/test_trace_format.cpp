@@ -137,6 +137,50 @@ TEST_F(TraceFormatTest, NestingIndentationFunctionNamesAndHex) {
               "\n258\nHEX: 02 01 __ __ __ __ __ __  __ __ __ __ __ __ __ __ | ..______________\n");
 }
 
+TEST_F(TraceFormatTest, BinaryNotationOfIntegralData) {
+    const auto bin = [](KivClTraceFormatter& f) { f.bin = true; };
+    const auto both = [](KivClTraceFormatter& f) { f.bin = true, f.hex = true, f.setDisplayIndentation(">"); };
+    const std::string pad = " ________ ________ ________  ________ ________ ________ ________ | ";
+    struct Row {
+        RawRecord record;
+        void (*options)(KivClTraceFormatter&);
+        std::string text;
+    } rows[] = {
+        {{KIV_TRACE_TYPE_UINT8, "", "", "A"}, bin, "0x41/65/'A'\nBIN: 01000001" + pad + "A_______"},
+        {{KIV_TRACE_TYPE_BOOL, "", "", std::string(1, '\0')}, bin, "FALSE\nBIN: 00000000" + pad + "._______"},
+        {{KIV_TRACE_TYPE_INT16, "", "", bytesOf<int16_t>(-2)}, bin,
+         "-2\nBIN: 11111110 11111111 ________ ________  ________ ________ ________ ________ | ..______"},
+        {{KIV_TRACE_TYPE_UINT64, "", "", bytesOf<uint64_t>(0x8000000000000001ULL)}, bin,
+         "9223372036854775809\nBIN: 00000001 00000000 00000000 00000000  00000000 00000000 00000000 10000000"
+         " | ........"},
+        // Floating-point values and texts have no binary line.
+        {{KIV_TRACE_TYPE_DOUBLE, "", "", bytesOf<double>(0.5)}, bin, "0.5"},
+        {{KIV_TRACE_TYPE_CSTRING, "", "", "ab"}, bin, "\"ab\""},
+        // Inside a function the lines are indented; the hex line comes first.
+        {{KIV_TRACE_TYPE_INT8, "", "", "\x7F"}, both,
+         "0x7F/127\n>HEX: 7F __ __ __ __ __ __ __  __ __ __ __ __ __ __ __ | ._______________\n>BIN: 01111111" + pad +
+             "._______"},
+    };
+    for (const Row& row : rows) {
+        const RawRecord entry{KIV_TRACE_TYPE_FUNCTION_ENTRY, "", "", bytesOf<int32_t>(1), 0};
+        EXPECT_EQ(formatRecords({entry, row.record}, "%d", 0, row.options), row.text) << row.text;
+    }
+}
+
+TEST_F(TraceFormatTest, ExplicitTraceFileName) {
+    const std::string other = dir_.file("other.trc");
+    kivtest::writeFile(other, kivtest::makeRecord({KIV_TRACE_TYPE_NO_DATA, "elsewhere", "", ""}));
+    KivClTraceEnvironment environment("KIVTFMT", nullptr, true);
+    environment.setTraceFileName(other.c_str());
+    EXPECT_EQ(environment.getTraceFileName().getAsCString(), other);
+    KivClTraceFormatter formatter(environment);
+    formatter.setFormatString("%m");
+    std::ostringstream out;
+    formatter.format(out);
+    EXPECT_EQ(out.str(), "elsewhere");
+    EXPECT_FALSE(kivtest::fileExists(vars_.file));  // the variable's file was never created
+}
+
 TEST_F(TraceFormatTest, FormatterFilterAndBuiltInTexts) {
     const std::vector<RawRecord> records = {
         {KIV_TRACE_TYPE_NO_DATA, "a", "", "", 1, 1, 0, 100, 1},
