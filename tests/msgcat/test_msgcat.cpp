@@ -52,17 +52,12 @@ void* logAllocate(unsigned int size) {
     return gFailing ? nullptr : std::malloc(size);
 }
 
-struct LoggedAllocations {
-    explicit LoggedAllocations(bool fail = false) {
+struct LoggedAllocations : kivtest::ScopedAllocatorHooks {
+    explicit LoggedAllocations(bool fail = false)
+        : ScopedAllocatorHooks(&logAllocate, &KivClMemoryManager::systemReallocator,
+                               &KivClMemoryManager::systemDeallocator) {
         gSizes.clear();
         gFailing = fail;
-        kivSetNewMemoryManager(&logAllocate, &KivClMemoryManager::systemReallocator,
-                               &KivClMemoryManager::systemDeallocator);
-    }
-    ~LoggedAllocations() {
-        kivSetNewMemoryManager(&KivClMemoryManager::systemAllocator,
-                               &KivClMemoryManager::systemReallocator,
-                               &KivClMemoryManager::systemDeallocator);
     }
 };
 

@@ -97,18 +97,14 @@ TEST(SyncProcess, PassesArgumentsInOrder) {
 }
 
 TEST(SyncProcess, ArgumentsGrowUnderAnAllocatorWithoutReallocator) {
-    kivSetNewMemoryManager(userAllocator, nullptr, KivClMemoryManager::systemDeallocator);
-    {
-        const std::string word(3000, 'w');
-        ShellRun<> run("test ${#1} = 3000 && test ${#2} = 3000");
-        run.process.addArgument("$0");
-        run.process.addArgument(word.c_str());
-        run.process.addArgument(word.c_str());
-        EXPECT_TRUE(run.process.launch());
-        EXPECT_EQ(run.process.getResult(), 0);
-    }
-    kivSetNewMemoryManager(KivClMemoryManager::systemAllocator, nullptr,
-                           KivClMemoryManager::systemDeallocator);
+    kivtest::ScopedAllocatorHooks hooks(userAllocator, nullptr, KivClMemoryManager::systemDeallocator);
+    const std::string word(3000, 'w');
+    ShellRun<> run("test ${#1} = 3000 && test ${#2} = 3000");
+    run.process.addArgument("$0");
+    run.process.addArgument(word.c_str());
+    run.process.addArgument(word.c_str());
+    EXPECT_TRUE(run.process.launch());
+    EXPECT_EQ(run.process.getResult(), 0);
 }
 
 TEST(AsyncProcess, ReturnsAtOnceAndLeavesNoZombie) {
