@@ -191,6 +191,20 @@ TEST(ArgvCursor, ValuesNegativeNumbersAndFreeEntries) {
                     {"-n", true, true, false, true, false, false, false},
                     {"-v", true, true, false, false, false, false, false}});
 
+    // A word after a closed placeholder is a value too; of a switch
+    // declared twice, the first declaration counts.
+    CommandLine level{"-level", "high", "-o", "f"};
+    expectVerdicts(level, "prog (-o <file>) (-level high) [-o] [-level]",
+                   {{"-level", true, true, false, true, true, false, false},
+                    {"high", false, true, true, false, false, false, false},
+                    {"-o", true, true, false, true, true, false, false},
+                    {"f", false, true, true, false, false, false, false}});
+    expectVerdicts(level, "prog [-level] (-level high) <x> ...",
+                   {{"-level", true, true, false, false, true, false, false},
+                    {"high", false, true, false, false, false, true, false},
+                    {"-o", true, false, false, false, true, false, false},
+                    {"f", false, true, false, false, false, true, false}});
+
     // Free entries need a non-switch item outside every group.
     CommandLine loose{"stray"};
     const struct {

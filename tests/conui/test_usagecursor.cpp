@@ -221,6 +221,7 @@ TEST(UsageCursor, DepthsTagsAndValueTakingSwitches) {
         // A word counts like a placeholder; the dots may be the value; a
         // switch before the dots ends the list.
         {"prog (-mode fast)", 0, 1, 0, false, true, false}, {"prog (-a ..)", 0, 1, 0, false, true, true},
+        {"prog (-o <file>) (-level high)", 2, 1, 0, false, true, false},
         {"prog (-a <x> -b ...)", 0, 1, 0, false, true, false},
         // Asked on another item, the same test applies.
         {"prog (-a <x> <y>)", 1, 1, 0, false, true, false},
