@@ -54,7 +54,8 @@ TEST(SyncProcess, ExitCodesAndFailures) {
         EXPECT_EQ(run.process.getError().errorId, c.ok ? 0u : KIV_ERRID_PROCESS_COULD_NOT_LAUNCH);
     }
     const kivtest::ScopedEnv noSearch("KIV_NEWPROCESS_USEPATH", nullptr);
-    KivClNewSyncProcess none{KivClExeFile(KivClFilename("/no/such/program"))};
+    const KivClExeFile missing(KivClFilename("/no/such/program"));
+    KivClNewSyncProcess none(missing);  // the launcher keeps a reference to the file
     EXPECT_FALSE(none.launch());
     EXPECT_EQ(none.getError().errorClass, KIV_ERRCLASS_UNKNOWN_PROCESS);
 
@@ -118,7 +119,8 @@ TEST(AsyncProcess, ReturnsAtOnceAndLeavesNoZombie) {
             if (!waitUntilGone(async.getResult())) return 2;
         }
         // A program that cannot be started is not reported asynchronously.
-        KivClNewAsyncProcess none{KivClExeFile(KivClFilename("/no/such/program"))};
+        const KivClExeFile missing(KivClFilename("/no/such/program"));
+        KivClNewAsyncProcess none(missing);
         if (!none.launch() || none.getResult() <= 0 || !waitUntilGone(none.getResult())) return 3;
         // A synchronous launch still gets its exit code, and a background
         // child that ends meanwhile is not left behind as a zombie.
