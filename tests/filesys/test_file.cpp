@@ -123,6 +123,16 @@ TEST(File, AttributesRemoveAndRename) {
     EXPECT_EQ(file.getDateTimeOfLastModification(), 2000000u);
     EXPECT_GT(file.getDateTimeOfCreation(), 2000000u);
     EXPECT_EQ(missing.getDateTimeOfLastModification(), 0u);
+    // Sizes and times beyond 32 bits are clamped, never wrapped: a sparse
+    // file of 2^32 + 5 bytes, times before 1970 and after 2106.
+    const std::string big = dir.file("big");
+    kivtest::writeFile(big, "");
+    ASSERT_EQ(::truncate(big.c_str(), (off_t{1} << 32) + 5), 0);
+    const struct timeval outside[2] = {{-5, 0}, {(time_t{1} << 32) + 5, 0}};
+    ASSERT_EQ(::utimes(big.c_str(), outside), 0);
+    EXPECT_EQ(fileAt(big).getFileSize(), 0xFFFFFFFFu);
+    EXPECT_EQ(KivClFile::getDateTimeOfLastAccess(big.c_str()), 0u);
+    EXPECT_EQ(KivClFile::getDateTimeOfLastModification(big.c_str()), 0xFFFFFFFFu);
 
     EXPECT_TRUE(file.setReadOnly(false));
     EXPECT_EQ(modeOf(dir.file("archive.tar.gz")), 0660u);

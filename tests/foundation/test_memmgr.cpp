@@ -3,53 +3,45 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
+#include <tuple>
+#include <utility>
 
 #include "kiv_memmgr.hpp"
+#include "kiv_test_support.hpp"
 
 namespace {
 
-int gAllocations = 0;
-int gReallocations = 0;
-int gDeallocations = 0;
-unsigned int gLastSize = 0;
-bool gFail = false;
+using kivtest::ScopedAllocatorHooks;
+using MM = KivClMemoryManager;
+
+int gAllocations, gReallocations, gDeallocations;
+unsigned int gLastSize;
+bool gFail;
 
 void* countingAllocator(unsigned int size) {
     ++gAllocations;
     gLastSize = size;
     return gFail ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
-
 void* countingReallocator(void* pointer, unsigned int size) {
     ++gReallocations;
     gLastSize = size;
     return gFail ? nullptr : std::realloc(pointer, size);
 }
-
 void countingDeallocator(void* pointer) {
     ++gDeallocations;
     std::free(pointer);
 }
 
-void* failingAllocator(unsigned int) { return nullptr; }
+void resetCounters() {
+    gAllocations = gReallocations = gDeallocations = 0;
+    gLastSize = 0;
+    gFail = false;
+}
 
-// Every test starts and ends with the system hooks and fresh counters.
-class MemoryManager : public ::testing::Test {
-protected:
-    void SetUp() override {
-        gAllocations = gReallocations = gDeallocations = 0;
-        gLastSize = 0;
-        gFail = false;
-    }
-    void TearDown() override {
-        kivSetNewMemoryManager(KivClMemoryManager::systemAllocator, nullptr,
-                               KivClMemoryManager::systemDeallocator);
-    }
-};
-
-// Calls body, expects a KivClExceptionFatal and returns it.
-template <typename Body>
-KivClExceptionFatal expectFatal(Body body) {
+// The fatal exception a call throws, or a failure when it throws none.
+KivClExceptionFatal fatalOf(const std::function<void()>& body) {
     try {
         body();
     } catch (const KivClExceptionFatal& fatal) {
@@ -59,164 +51,114 @@ KivClExceptionFatal expectFatal(Body body) {
     return KivClExceptionFatal(_KivStUserError{}, "", 0);
 }
 
-void expectRow(const KivClExceptionFatal& e, uint32_t id, KivEnErrorClass cls,
-               KivEnErrorAction action, const char* module, unsigned long line) {
-    EXPECT_EQ(e.getError().errorId, id);
-    EXPECT_EQ(e.getError().errorClass, cls);
-    EXPECT_EQ(e.getError().severity, KIV_SEVERITY_FATAL);
-    EXPECT_EQ(e.getError().action, action);
-    EXPECT_STREQ(e.getModule(), module);
-    EXPECT_EQ(e.getLine(), line);
-    EXPECT_STREQ(e.getCause(), "");
-}
-
 }  // namespace
 
-TEST_F(MemoryManager, DefaultsAreTheSystemHeap) {
-    EXPECT_FALSE(KivClMemoryManager::hasUserDefinedMgr());
-    void* zero = kivMalloc(0);  // the system malloc's answer for 0 bytes, no exception
-    EXPECT_NE(zero, nullptr);
-    kivFree(zero);
-
-    char* block = static_cast<char*>(kivMalloc(16));
-    std::memcpy(block, "0123456789abcde", 16);
-    block = static_cast<char*>(kivRealloc(block, 4096));
-    EXPECT_STREQ(block, "0123456789abcde");
-    kivFree(block);
-
-    unsigned char* zeroed = static_cast<unsigned char*>(kivCalloc(10, 7));
-    for (int i = 0; i < 70; ++i) ASSERT_EQ(zeroed[i], 0);
-    kivFree(zeroed);
+TEST(MemoryManager, SystemHeapByDefaultAndUserHooksWhenInstalled) {
+    EXPECT_FALSE(MM::hasUserDefinedMgr());
+    kivFree(kivMalloc(0));  // the system malloc's answer for 0 bytes, no exception
     kivFree(nullptr);
+    resetCounters();
+    for (bool user : {false, true}) {
+        ScopedAllocatorHooks hooks(user ? countingAllocator : MM::systemAllocator, user ? countingReallocator : nullptr,
+                                   user ? countingDeallocator : MM::systemDeallocator);
+        EXPECT_EQ(MM::hasUserDefinedMgr(), user);
+        char* block = static_cast<char*>(kivMalloc(16));
+        std::memcpy(block, "0123456789abcde", 16);
+        block = static_cast<char*>(kivRealloc(block, 4096));
+        EXPECT_STREQ(block, "0123456789abcde");
+        kivFree(block);
+        kivFree(nullptr);  // not handed to a user hook
+        unsigned char* zeroed = static_cast<unsigned char*>(kivCalloc(10, 7));
+        for (int i = 0; i < 70; ++i) ASSERT_EQ(zeroed[i], 0);
+        kivFree(zeroed);
+    }
+    EXPECT_EQ(gLastSize, 70u);  // the product of kivCalloc's count and size
+    EXPECT_EQ(std::make_tuple(gAllocations, gReallocations, gDeallocations), std::make_tuple(2, 1, 2));
 }
 
-TEST_F(MemoryManager, UserHooksAreUsedAndNullIsNotFreed) {
-    kivSetNewMemoryManager(countingAllocator, countingReallocator, countingDeallocator);
-    EXPECT_TRUE(KivClMemoryManager::hasUserDefinedMgr());
-    void* block = kivMalloc(40);
-    EXPECT_EQ(gAllocations, 1);
-    EXPECT_EQ(gLastSize, 40u);
-    block = kivRealloc(block, 80);
-    EXPECT_EQ(gReallocations, 1);
-    EXPECT_EQ(gLastSize, 80u);
-    kivFree(block);
-    EXPECT_EQ(gDeallocations, 1);
-    kivFree(nullptr);
-    EXPECT_EQ(gDeallocations, 1);
-    void* zeroed = kivCalloc(3, 5);
-    EXPECT_EQ(gLastSize, 15u);
-    kivFree(zeroed);
+TEST(MemoryManager, EveryRefusalThrowsItsFatalRow) {
+    const char* alloc = MM::ALLOC_MODULE;
+    const char* realloc = MM::REALLOC_MODULE;
+    const char* noRealloc = MM::NO_REALLOC_MODULE;
+    const size_t over32 = size_t{1} << 32;
+    const uint32_t USER = KIV_ERRID_MEMMGR_USER_OUT_OF_MEMORY, RUNTIME = KIV_ERRID_MEMMGR_RUNTIME_OUT_OF_MEMORY,
+                   ZERO = KIV_ERRID_MEMMGR_ZERO_SIZE_OBJECT, NO_FUNC = KIV_ERRID_MEMMGR_NO_USER_REALLOC_FUNC;
+    enum Hooks { FAILING, COUNTING, NO_REALLOCATOR, SYSTEM };
+    const struct Row {
+        const char* what;
+        Hooks hooks;
+        std::function<void(void* block)> call;
+        uint32_t id;
+        const char* module;
+    } rows[] = {
+        {"user malloc fails", FAILING, [](void*) { kivMalloc(100); }, USER, alloc},
+        {"user calloc fails", FAILING, [](void*) { kivCalloc(4, 4); }, USER, alloc},
+        {"failed zero-size malloc", FAILING, [](void*) { kivMalloc(0); }, ZERO, alloc},
+        {"failed zero-size calloc", FAILING, [](void*) { kivCalloc(0, 9); }, ZERO, alloc},
+        {"runtime out of memory", SYSTEM, [](void*) { MM::outOfMemory("here:1", 1, 12); }, RUNTIME, "here:1"},
+        {"runtime zero size", SYSTEM, [](void*) { MM::outOfMemory("here:1", 1, 0); }, ZERO, "here:1"},
+        // 2^32 would truncate to 0 and 2^32 + 8 to 8: neither may reach the hook.
+        {"malloc of 2^32", COUNTING, [=](void*) { kivMalloc(over32); }, USER, alloc},
+        {"malloc of 2^32 + 8", COUNTING, [=](void*) { kivMalloc(over32 + 8); }, USER, alloc},
+        // 65536 * 65536 wraps to 0 in 32-bit arithmetic; 2^33 * 2^33 wraps 64 bits.
+        {"calloc wrapping 32 bits", COUNTING, [](void*) { kivCalloc(65536, 65536); }, USER, alloc},
+        {"calloc wrapping 64 bits", COUNTING, [](void*) { kivCalloc(size_t{1} << 33, size_t{1} << 33); }, USER, alloc},
+        {"realloc to 2^32", COUNTING, [=](void* block) { kivRealloc(block, over32); }, USER, realloc},
+        {"system malloc of 2^40", SYSTEM, [](void*) { kivMalloc(size_t{1} << 40); }, RUNTIME, alloc},
+        // A user heap never falls back to the system reallocator, and a
+        // missing one is reported before a size that would not fit.
+        {"no user reallocator", NO_REALLOCATOR, [](void* block) { kivRealloc(block, 16); }, NO_FUNC, noRealloc},
+        {"no reallocator, 2^32", NO_REALLOCATOR, [=](void* block) { kivRealloc(block, over32); }, NO_FUNC, noRealloc},
+        {"user reallocator fails", COUNTING, [](void* block) { gFail = true, kivRealloc(block, 32); }, USER, realloc},
+        {"reallocator fails on 0", COUNTING, [](void* block) { gFail = true, kivRealloc(block, 0); }, ZERO, realloc},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        resetCounters();
+        void* block = std::malloc(8);  // the failing hooks leave it alone
+        {
+            ScopedAllocatorHooks hooks;
+            if (row.hooks == SYSTEM) kivSetNewMemoryManager(MM::systemAllocator, nullptr, MM::systemDeallocator);
+            if (row.hooks == FAILING) kivSetNewMemoryManager([](unsigned) -> void* { return nullptr; }, nullptr, free);
+            if (row.hooks == COUNTING) kivSetNewMemoryManager(countingAllocator, countingReallocator, free);
+            if (row.hooks == NO_REALLOCATOR) kivSetNewMemoryManager(countingAllocator, nullptr, free);
+            const KivClExceptionFatal e = fatalOf([&] { row.call(block); });
+            const _KivStUserError& error = e.getError();
+            EXPECT_EQ(error.errorId, row.id);
+            EXPECT_EQ(error.errorClass, row.id == ZERO      ? KIV_ERRCLASS_INVALID_DATA
+                                        : row.id == NO_FUNC ? KIV_ERRCLASS_FUNCTION_NOT_SUPPORTED
+                                                            : KIV_ERRCLASS_OUT_OF_MEMORY);
+            EXPECT_EQ(error.severity, KIV_SEVERITY_FATAL);
+            EXPECT_EQ(error.action, row.id == NO_FUNC ? KIV_ACTION_ABORT : KIV_ACTION_TERMINATE);
+            EXPECT_STREQ(e.getModule(), row.module);
+            EXPECT_EQ(e.getLine(), std::strtoul(std::strchr(row.module, ':') + 1, nullptr, 10));
+            EXPECT_STREQ(e.getCause(), "");
+            EXPECT_TRUE(row.hooks != COUNTING || gFail || gAllocations + gReallocations == 0) << "reached a hook";
+        }
+        std::free(block);
+    }
 }
 
-TEST_F(MemoryManager, OutOfMemoryRowsForUserAndRuntimeAllocators) {
-    kivSetNewMemoryManager(failingAllocator, nullptr, countingDeallocator);
-    expectRow(expectFatal([] { kivMalloc(100); }), KIV_ERRID_MEMMGR_USER_OUT_OF_MEMORY,
-              KIV_ERRCLASS_OUT_OF_MEMORY, KIV_ACTION_TERMINATE, "kiv_memmgr.hpp:359", 359);
-    expectRow(expectFatal([] { kivCalloc(4, 4); }), KIV_ERRID_MEMMGR_USER_OUT_OF_MEMORY,
-              KIV_ERRCLASS_OUT_OF_MEMORY, KIV_ACTION_TERMINATE, "kiv_memmgr.hpp:359", 359);
-    // A failed zero-size request is a refusal of a zero-size object.
-    expectRow(expectFatal([] { kivMalloc(0); }), KIV_ERRID_MEMMGR_ZERO_SIZE_OBJECT,
-              KIV_ERRCLASS_INVALID_DATA, KIV_ACTION_TERMINATE, "kiv_memmgr.hpp:359", 359);
-    expectRow(expectFatal([] { kivCalloc(0, 9); }), KIV_ERRID_MEMMGR_ZERO_SIZE_OBJECT,
-              KIV_ERRCLASS_INVALID_DATA, KIV_ACTION_TERMINATE, "kiv_memmgr.hpp:359", 359);
-
-    // The runtime rows: outOfMemory with the system allocator installed.
-    kivSetNewMemoryManager(KivClMemoryManager::systemAllocator, nullptr,
-                           KivClMemoryManager::systemDeallocator);
-    expectRow(expectFatal([] { KivClMemoryManager::outOfMemory("here:1", 1, 12); }),
-              KIV_ERRID_MEMMGR_RUNTIME_OUT_OF_MEMORY, KIV_ERRCLASS_OUT_OF_MEMORY,
-              KIV_ACTION_TERMINATE, "here:1", 1);
-    expectRow(expectFatal([] { KivClMemoryManager::outOfMemory("here:2", 2, 0); }),
-              KIV_ERRID_MEMMGR_ZERO_SIZE_OBJECT, KIV_ERRCLASS_INVALID_DATA, KIV_ACTION_TERMINATE,
-              "here:2", 2);
-}
-
-TEST_F(MemoryManager, RequestsBeyondThirtyTwoBitsAreRefusedNotTruncated) {
-    kivSetNewMemoryManager(countingAllocator, countingReallocator, countingDeallocator);
-    // 2^32 would truncate to 0 and 2^32 + 8 to 8: neither may reach the hook.
-    expectRow(expectFatal([] { kivMalloc(size_t{1} << 32); }), KIV_ERRID_MEMMGR_USER_OUT_OF_MEMORY,
-              KIV_ERRCLASS_OUT_OF_MEMORY, KIV_ACTION_TERMINATE, "kiv_memmgr.hpp:359", 359);
-    expectFatal([] { kivMalloc((size_t{1} << 32) + 8); });
-    // 65536 * 65536 wraps to 0 in 32-bit arithmetic; 2^33 * 2^33 wraps 64 bits.
-    expectFatal([] { kivCalloc(65536, 65536); });
-    expectFatal([] { kivCalloc(size_t{1} << 33, size_t{1} << 33); });
-    void* block = kivMalloc(8);
-    expectRow(expectFatal([block] { kivRealloc(block, size_t{1} << 32); }),
-              KIV_ERRID_MEMMGR_USER_OUT_OF_MEMORY, KIV_ERRCLASS_OUT_OF_MEMORY,
-              KIV_ACTION_TERMINATE, "kiv_memmgr:277", 277);
-    EXPECT_EQ(gAllocations, 1);
-    EXPECT_EQ(gReallocations, 0);
-    kivFree(block);
-
-    kivSetNewMemoryManager(KivClMemoryManager::systemAllocator, nullptr,
-                           KivClMemoryManager::systemDeallocator);
-    expectRow(expectFatal([] { kivMalloc(size_t{1} << 40); }),
-              KIV_ERRID_MEMMGR_RUNTIME_OUT_OF_MEMORY, KIV_ERRCLASS_OUT_OF_MEMORY,
-              KIV_ACTION_TERMINATE, "kiv_memmgr.hpp:359", 359);
-}
-
-TEST_F(MemoryManager, ReallocatorRules) {
-    // A user allocator without a reallocator must not fall back to the system one.
-    kivSetNewMemoryManager(countingAllocator, nullptr, countingDeallocator);
-    EXPECT_EQ(KivClMemoryManager::cv_pfuReallocatorCallback, nullptr);
-    void* block = kivMalloc(8);
-    expectRow(expectFatal([block] { kivRealloc(block, 16); }), KIV_ERRID_MEMMGR_NO_USER_REALLOC_FUNC,
-              KIV_ERRCLASS_FUNCTION_NOT_SUPPORTED, KIV_ACTION_ABORT, "kiv_memmgr:267", 267);
-    // Also when the size would not fit: the missing reallocator is reported first.
-    expectRow(expectFatal([block] { kivRealloc(block, size_t{1} << 32); }),
-              KIV_ERRID_MEMMGR_NO_USER_REALLOC_FUNC, KIV_ERRCLASS_FUNCTION_NOT_SUPPORTED,
-              KIV_ACTION_ABORT, "kiv_memmgr:267", 267);
-    kivFree(block);
-
+TEST(MemoryManager, HookInstallationRules) {
+    resetCounters();
+    ScopedAllocatorHooks hooks;
     // The system allocator without a reallocator gets the system reallocator.
-    kivSetNewMemoryManager(KivClMemoryManager::systemAllocator, nullptr,
-                           KivClMemoryManager::systemDeallocator);
-    EXPECT_EQ(KivClMemoryManager::cv_pfuReallocatorCallback,
-              &KivClMemoryManager::systemReallocator);
-    void* grown = kivRealloc(kivMalloc(8), 1024);
-    EXPECT_NE(grown, nullptr);
-    kivFree(grown);
-
-    // A failing user reallocator: out-of-memory rows at line 277, by size.
-    kivSetNewMemoryManager(countingAllocator, countingReallocator, countingDeallocator);
-    void* kept = kivMalloc(8);
-    gFail = true;
-    expectRow(expectFatal([kept] { kivRealloc(kept, 32); }), KIV_ERRID_MEMMGR_USER_OUT_OF_MEMORY,
-              KIV_ERRCLASS_OUT_OF_MEMORY, KIV_ACTION_TERMINATE, "kiv_memmgr:277", 277);
-    expectRow(expectFatal([kept] { kivRealloc(kept, 0); }), KIV_ERRID_MEMMGR_ZERO_SIZE_OBJECT,
-              KIV_ERRCLASS_INVALID_DATA, KIV_ACTION_TERMINATE, "kiv_memmgr:277", 277);
-    gFail = false;
-    kivFree(kept);  // the failing reallocator left the block alone
-}
-
-TEST_F(MemoryManager, TheSystemLibraryFunctionsInstallTheSystemHeap) {
+    ASSERT_TRUE(kivSetNewMemoryManager(MM::systemAllocator, nullptr, MM::systemDeallocator));
+    EXPECT_EQ(MM::cv_pfuReallocatorCallback, &MM::systemReallocator);
+    // The system library's own functions install the system heap.
     kivSetNewMemoryManager(countingAllocator, nullptr, countingDeallocator);
     ASSERT_TRUE(kivSetNewMemoryManager(malloc, nullptr, free));
-    EXPECT_FALSE(KivClMemoryManager::hasUserDefinedMgr());
-    char* block = static_cast<char*>(kivMalloc(4));
-    std::memcpy(block, "abc", 4);
-    block = static_cast<char*>(kivRealloc(block, 1 << 20));
-    EXPECT_STREQ(block, "abc");
-    kivFree(block);
+    EXPECT_FALSE(MM::hasUserDefinedMgr());
+    kivFree(kivRealloc(kivMalloc(4), 1 << 20));
     EXPECT_EQ(gAllocations + gDeallocations, 0);
-}
 
-TEST_F(MemoryManager, NullAllocatorOrDeallocatorIsRefusedAndHooksStay) {
-    struct Row {
-        bool withAllocator;
-        bool withDeallocator;
-    };
-    const Row rows[] = {{false, true}, {true, false}, {false, false}};
-    for (const Row& row : rows) {
+    // A null allocator or deallocator is refused and the hooks stay.
+    for (const auto& [withAllocator, withDeallocator] : {std::pair{false, true}, {true, false}, {false, false}}) {
         kivSetNewMemoryManager(countingAllocator, countingReallocator, countingDeallocator);
-        EXPECT_FALSE(kivSetNewMemoryManager(row.withAllocator ? countingAllocator : nullptr,
-                                            nullptr,
-                                            row.withDeallocator ? countingDeallocator : nullptr));
-        EXPECT_FALSE(kivSetNewMemoryManager(row.withAllocator ? malloc : nullptr, realloc,
-                                            row.withDeallocator ? free : nullptr));
+        EXPECT_FALSE(kivSetNewMemoryManager(withAllocator ? countingAllocator : nullptr, nullptr,
+                                            withDeallocator ? countingDeallocator : nullptr));
+        EXPECT_FALSE(kivSetNewMemoryManager(withAllocator ? malloc : nullptr, realloc, withDeallocator ? free : nullptr));
         kivFree(kivRealloc(kivMalloc(8), 16));  // would jump to null if installed
     }
-    EXPECT_EQ(gAllocations, 3);
-    EXPECT_EQ(gReallocations, 3);
-    EXPECT_EQ(gDeallocations, 3);
+    EXPECT_EQ(std::make_tuple(gAllocations, gReallocations, gDeallocations), std::make_tuple(3, 3, 3));
 }

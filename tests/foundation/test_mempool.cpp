@@ -1,40 +1,50 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <functional>
 
 #include "kiv_memmgr.hpp"
 #include "kiv_mempool.hpp"
+#include "kiv_test_support.hpp"
 
 namespace {
 
-// Allocator failing from its gFailAt-th call on.
-int gCalls = 0;
-int gFailAt = 0;
+int gCalls = 0, gFailAt = 0;
 void* flakyAllocator(unsigned int size) { return ++gCalls >= gFailAt ? nullptr : std::malloc(size); }
 
-_KivStError gLast{};
+_KivStError gLast{};  // the last report and their count
 int gReports = 0;
-void logError(const _KivStError& error, void* data) {
+void logError(const _KivStError& error, void*) {
     gLast = error;
-    gReports += *static_cast<int*>(data);
+    ++gReports;
 }
 
-class MemoryPool : public ::testing::Test {
-protected:
-    void SetUp() override { gReports = 0; }
-    void TearDown() override {
-        kivSetNewMemoryManager(KivClMemoryManager::systemAllocator, nullptr, KivClMemoryManager::systemDeallocator);
-    }
-    static void failFromCall(int failAt) {
+// Hooks whose allocator fails from its failAt-th call on.
+struct FailFromCall : kivtest::ScopedAllocatorHooks {
+    explicit FailFromCall(int failAt)
+        : ScopedAllocatorHooks(flakyAllocator, nullptr, KivClMemoryManager::systemDeallocator) {
         gCalls = 0;
         gFailAt = failAt;
-        kivSetNewMemoryManager(flakyAllocator, nullptr, KivClMemoryManager::systemDeallocator);
     }
-    int one_ = 1;
-    unsigned int number_ = 0;
 };
 
-TEST_F(MemoryPool, ConstructorsAndSizeHelpersRoundSafely) {
+unsigned int number = 0;
+
+// The exception a call throws; a failure when it throws none or a fatal one.
+KivClException thrown(const std::function<void()>& body) {
+    try {
+        body();
+    } catch (const KivClException& e) {
+        EXPECT_EQ(dynamic_cast<const KivClExceptionFatal*>(&e), nullptr) << "the memory manager's exception escaped";
+        return e;
+    }
+    ADD_FAILURE() << "no exception";
+    return KivClException(_KivStUserError{}, "", 0);
+}
+
+}  // namespace
+
+TEST(MemoryPool, ConstructorsAndSizeHelpersRoundSafely) {
     const struct {
         unsigned int first, subsequent, threshold, firstCapacity, subsequentCapacity, clamped;
     } pools[] = {{100, 100, 10, 4072, 4072, 256}, {4097, 0, 70000, 8168, 4072, 65536}, {0, 12288, 1000, 4072, 12264, 1000}};
@@ -54,48 +64,44 @@ TEST_F(MemoryPool, ConstructorsAndSizeHelpersRoundSafely) {
     }
 }
 
-TEST_F(MemoryPool, ChunksGrowthAndTheThreshold) {
+TEST(MemoryPool, ChunksGrowthAndTheThreshold) {
     KivClMemoryPool pool(4096, 4096, 256);
-    char* a = static_cast<char*>(pool.allocate(5, number_));
+    char* a = static_cast<char*>(pool.allocate(5, number));
     EXPECT_EQ(pool.allocate(1), a + 8);
-    EXPECT_EQ(number_, 1u);
+    EXPECT_EQ(number, 1u);
     EXPECT_EQ(pool.getCurrentFreeSize(), 4060u);
     EXPECT_EQ(pool.getLargestPossibleChunk(), 4072u);
-
     // Larger than a block: one block of 10000 + 24 page-aligned (12288).
-    ASSERT_NE(pool.allocate(pool.getFirstBlock(), 10000, number_), nullptr);
+    ASSERT_NE(pool.allocate(pool.getFirstBlock(), 10000, number), nullptr);
     KivClMemoryPoolBlock* second = pool.getFirstBlock()->getNextBlock();
-    EXPECT_EQ(number_, 2u);
+    EXPECT_EQ(number, 2u);
     EXPECT_EQ(second->getCapacity(), 12264u);
     EXPECT_EQ(pool.getCurrentBlock(), pool.getFirstBlock());  // plenty left there
-
     // Passing over a block with less than the threshold left moves on.
     pool.allocate(4000);  // 60 bytes left in block 1
-    EXPECT_EQ(pool.allocate(100, number_), second->getStart() + 10000);
+    EXPECT_EQ(pool.allocate(100, number), second->getStart() + 10000);
     EXPECT_EQ(pool.getCurrentBlock(), second);
-    pool.allocate(4, number_);
-    EXPECT_EQ(number_, 2u);
-    EXPECT_NE(pool.allocate(pool.getFirstBlock(), 60, number_), nullptr);
-    EXPECT_EQ(number_, 1u);
+    EXPECT_NE(pool.allocate(pool.getFirstBlock(), 60, number), nullptr);
+    EXPECT_EQ(number, 1u);
+
 }
 
-TEST_F(MemoryPool, StateHandlesAndDeleteAll) {
+TEST(MemoryPool, StateHandlesAndDeleteAll) {
     KivClMemoryPool pool(4096, 4096, 256);
     pool.allocate(100);
     void* state = pool.getCurrentStateHandle();
     pool.allocate(3000);
-    pool.allocate(3000, number_);
-    ASSERT_EQ(number_, 2u);
+    pool.allocate(3000, number);
+    ASSERT_EQ(number, 2u);
     KivClMemoryPoolBlock* second = pool.getFirstBlock()->getNextBlock();
     pool.deleteAt(state);
     EXPECT_EQ(second->getFreeSize(), second->getCapacity());
-    EXPECT_EQ(pool.allocate(pool.getFirstBlock(), 8, number_), state);
+    EXPECT_EQ(pool.allocate(pool.getFirstBlock(), 8, number), state);
     int outside = 0;
     pool.deleteAt(&outside);  // held by no block: nothing changes
     EXPECT_EQ(pool.allocate(8), static_cast<char*>(state) + 8);
-
-    pool.allocate(pool.getFirstBlock(), 5000, number_);  // too big for block 2
-    ASSERT_EQ(number_, 3u);
+    pool.allocate(pool.getFirstBlock(), 5000, number);  // too big for block 2
+    ASSERT_EQ(number, 3u);
     pool.deleteAll();  // block 2 (emptied by deleteAt) goes, block 3 stays as 2
     EXPECT_EQ(pool.getBlockCount(), 2u);
     EXPECT_EQ(pool.getFirstBlock()->getNextBlock()->getBlockNumber(), 2u);
@@ -106,76 +112,56 @@ TEST_F(MemoryPool, StateHandlesAndDeleteAll) {
     EXPECT_EQ(pool.getFirstBlock()->getNextBlock(), nullptr);
 }
 
-TEST_F(MemoryPool, CallerMemoryIsUsedUpWithoutReportsButOversizedChunksAreRefused) {
+TEST(MemoryPool, RefusalsReachTheHandlerOrThrow) {
+    // Caller memory is used up without reports; an oversized chunk is reported.
     alignas(8) char memory[64];
-    KivClMemoryPool pool(memory, sizeof memory);
-    pool.setErrorHandler(logError, &one_);
-    EXPECT_EQ(pool.getCapacityForFirstBlock(), 64u);
-    EXPECT_EQ(pool.getCapacityForSubsequentBlocks(), 0u);
-    EXPECT_EQ(pool.allocate(pool.getFirstBlock(), 60, number_), memory);
-    EXPECT_EQ(pool.allocate(pool.getFirstBlock(), 4, number_), memory + 60);
-    EXPECT_EQ(pool.allocate(pool.getFirstBlock(), 1, number_), nullptr);
-    EXPECT_EQ(pool.allocate(4), nullptr);
+    KivClMemoryPool caller(memory, sizeof memory);
+    caller.setErrorHandler(logError, nullptr);
+    gReports = 0;
+    EXPECT_EQ(caller.getCapacityForSubsequentBlocks(), 0u);
+    EXPECT_EQ(caller.allocate(caller.getFirstBlock(), 60, number), memory);
+    EXPECT_EQ(caller.allocate(caller.getFirstBlock(), 4, number), memory + 60);
+    EXPECT_EQ(caller.allocate(4), nullptr);
     EXPECT_EQ(gReports, 0);
-    EXPECT_EQ(pool.allocate(65), nullptr);
+    EXPECT_EQ(caller.allocate(65), nullptr);
     EXPECT_EQ(gReports, 1);
     EXPECT_EQ(gLast.errorId, KIV_ERRID_MEMORYPOOL_CHUNK_TOO_BIG);
     EXPECT_EQ(gLast.errorClass, KIV_ERRCLASS_DATA_OUT_OF_BOUNDS);
+    const KivClException tooBig = thrown([] { KivClMemoryPool(4096, 4096, 256).allocate(0xFFFFF000u); });
+    EXPECT_EQ(tooBig.getError().errorId, KIV_ERRID_MEMORYPOOL_CHUNK_TOO_BIG);
+    EXPECT_STREQ(tooBig.getModule(), "kiv_mempool:341");
 
-    KivClMemoryPool growing(4096, 4096, 256);
-    try {
-        growing.allocate(0xFFFFF000u);
-        ADD_FAILURE() << "no exception";
-    } catch (const KivClException& exception) {
-        EXPECT_EQ(exception.getError().errorId, KIV_ERRID_MEMORYPOOL_CHUNK_TOO_BIG);
-        EXPECT_STREQ(exception.getModule(), "kiv_mempool:341");
-    }
-}
-
-TEST_F(MemoryPool, AFailingSecondBlockReachesTheHandlerOrThrows) {
-    failFromCall(2);
+    // A failing second block: the handler, then the pool's own exception.
+    FailFromCall hooks(2);
     KivClMemoryPool pool(4096, 4096, 256);
-    pool.setErrorHandler(logError, &one_);
-    number_ = 77;
-    EXPECT_EQ(pool.allocate(5000, number_), nullptr);
-    EXPECT_EQ(number_, 77u);
-    EXPECT_EQ(gReports, 1);
+    pool.setErrorHandler(logError, nullptr);
+    number = 77;
+    EXPECT_EQ(pool.allocate(5000, number), nullptr);
+    EXPECT_EQ(number, 77u);
+    EXPECT_EQ(gReports, 2);
     EXPECT_EQ(gLast.errorId, KIV_ERRID_MEMORYPOOL_COULD_NOT_GROW);
     EXPECT_EQ(gLast.errorClass, KIV_ERRCLASS_OUT_OF_MEMORY);
     EXPECT_EQ(pool.getBlockCount(), 1u);
-
     pool.setErrorHandler(nullptr, nullptr);
-    try {
-        pool.allocate(5000);
-        ADD_FAILURE() << "no exception";
-    } catch (const KivClExceptionFatal&) {
-        ADD_FAILURE() << "the memory manager's exception escaped";
-    } catch (const KivClException& exception) {
-        EXPECT_STREQ(exception.getModule(), "kiv_mempool:296");
-        EXPECT_EQ(exception.getLine(), 296u);
-        const _KivStUserError& error = exception.getError();
-        EXPECT_EQ(error.errorId, KIV_ERRID_MEMORYPOOL_COULD_NOT_GROW);
-        EXPECT_EQ(error.errorClass, KIV_ERRCLASS_OUT_OF_MEMORY);
-        EXPECT_EQ(error.severity, KIV_SEVERITY_FATAL);
-        EXPECT_EQ(error.action, KIV_ACTION_TERMINATE);
-        EXPECT_STREQ(exception.getCause(), "");
-    }
+    const KivClException grow = thrown([&pool] { pool.allocate(5000); });
+    EXPECT_STREQ(grow.getModule(), "kiv_mempool:296");
+    EXPECT_EQ(grow.getLine(), 296u);
+    EXPECT_EQ(grow.getError().errorId, KIV_ERRID_MEMORYPOOL_COULD_NOT_GROW);
+    EXPECT_EQ(grow.getError().severity, KIV_SEVERITY_FATAL);
+    EXPECT_EQ(grow.getError().action, KIV_ACTION_TERMINATE);
     EXPECT_NE(pool.allocate(16), nullptr);  // the first block still serves
 }
 
-TEST_F(MemoryPool, NoFirstBlockMeansEmptyCapacities) {
-    failFromCall(1);
+TEST(MemoryPool, NoFirstBlockMeansEmptyCapacities) {
+    FailFromCall hooks(1);
     alignas(8) char memory[16];
     KivClMemoryPool growing(4096, 4096, 256);
     KivClMemoryPool caller(memory, sizeof memory);
     for (KivClMemoryPool* pool : {&growing, &caller}) {
         EXPECT_EQ(pool->getCapacityForFirstBlock(), 0u);
         EXPECT_EQ(pool->getLargestPossibleChunk(), 0u);
-        EXPECT_EQ(pool->getCurrentFreeSize(), 0u);
         EXPECT_EQ(pool->getCurrentStateHandle(), nullptr);
         EXPECT_EQ(pool->allocate(8), nullptr);
         pool->deleteAll();
     }
 }
-
-}  // namespace

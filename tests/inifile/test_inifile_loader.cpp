@@ -283,11 +283,11 @@ TEST(IniLoader, ExhaustedMemoryThrowsAndKeepsWhatWasLoaded) {
     auto limited = [](unsigned int size) {
         return allocationsLeft-- > 0 ? KivClMemoryManager::systemAllocator(size) : nullptr;
     };
-    kivSetNewMemoryManager(limited, &KivClMemoryManager::systemReallocator,
-                           &KivClMemoryManager::systemDeallocator);
-    EXPECT_THROW(loadText(ini, text), KivClExceptionFatal);
-    kivSetNewMemoryManager(&KivClMemoryManager::systemAllocator, &KivClMemoryManager::systemReallocator,
-                           &KivClMemoryManager::systemDeallocator);
+    {
+        kivtest::ScopedAllocatorHooks hooks(limited, &KivClMemoryManager::systemReallocator,
+                                            &KivClMemoryManager::systemDeallocator);
+        EXPECT_THROW(loadText(ini, text), KivClExceptionFatal);
+    }
     EXPECT_EQ(ini.getSelectedSection(), nullptr);
     EXPECT_EQ(ini.getLineNumber(), 4u);
     EXPECT_EQ(sectionNames(ini), Names{"A"});

@@ -52,17 +52,12 @@ void* logAllocate(unsigned int size) {
     return gFailing ? nullptr : std::malloc(size);
 }
 
-struct LoggedAllocations {
-    explicit LoggedAllocations(bool fail = false) {
+struct LoggedAllocations : kivtest::ScopedAllocatorHooks {
+    explicit LoggedAllocations(bool fail = false)
+        : ScopedAllocatorHooks(&logAllocate, &KivClMemoryManager::systemReallocator,
+                               &KivClMemoryManager::systemDeallocator) {
         gSizes.clear();
         gFailing = fail;
-        kivSetNewMemoryManager(&logAllocate, &KivClMemoryManager::systemReallocator,
-                               &KivClMemoryManager::systemDeallocator);
-    }
-    ~LoggedAllocations() {
-        kivSetNewMemoryManager(&KivClMemoryManager::systemAllocator,
-                               &KivClMemoryManager::systemReallocator,
-                               &KivClMemoryManager::systemDeallocator);
     }
 };
 
@@ -183,25 +178,25 @@ TEST_F(CatalogFile, DefaultCatalogIsFoundAlongNlsPath) {
 
 TEST(MessageCatalog, MessageNumbersAndStringTableSignatures) {
     EXPECT_FALSE(KivClMessageCatalog::isValidMessageId(0));
-    EXPECT_TRUE(KivClMessageCatalog::isValidMessageId(1));
-    EXPECT_TRUE(KivClMessageCatalog::isValidMessageId(4294967295ul));
-
-    auto valid = [](std::vector<const char*> table, unsigned long count) {
-        return KivClMessageCatalog::isValidStringTable(table.data(), count);
-    };
+    EXPECT_TRUE(KivClMessageCatalog::isValidMessageId(1) && KivClMessageCatalog::isValidMessageId(4294967295ul));
     const std::vector<const char*> three(std::begin(kTable), std::end(kTable));
-    const char* const close = "[KIV_MSGTAB_SIGNATURE]";
-    EXPECT_TRUE(valid(three, 3));
-    EXPECT_TRUE(valid({"[KIV_MSGTAB_SIGNATURE] 1", close}, 1));
-    // A count that disagrees with entry 0 is refused before entry count is
-    // read, so the sanitizer build would catch an overrun here.
-    EXPECT_FALSE(valid(three, 2));
-    EXPECT_FALSE(valid(three, 30));
-    EXPECT_FALSE(valid({"[KIV_MSGTAB_SIGNATURE] 1", "[KIV_MSGTAB_SIGNATURE] "}, 1));
-    EXPECT_FALSE(valid({"[KIV_MSGTAB_SIGNATURE]_1", close}, 1));
-    EXPECT_FALSE(valid({"[KIV_MSGTAB_SIGNATURE] 1x", close}, 1));
-    EXPECT_FALSE(valid({nullptr, close}, 1));
-    EXPECT_FALSE(valid({"[KIV_MSGTAB_SIGNATURE] 1", nullptr}, 1));
+    const char *const open = "[KIV_MSGTAB_SIGNATURE] 1", *const close = "[KIV_MSGTAB_SIGNATURE]";
+    const struct {
+        std::vector<const char*> table;
+        unsigned long count;
+        bool valid;
+    } rows[] = {
+        {three, 3, true}, {{open, close}, 1, true},
+        // A count that disagrees with entry 0 is refused before entry count
+        // is read, so the sanitizer build would catch an overrun here.
+        {three, 2, false}, {three, 30, false}, {{open, "[KIV_MSGTAB_SIGNATURE] "}, 1, false},
+        {{"[KIV_MSGTAB_SIGNATURE]_1", close}, 1, false}, {{"[KIV_MSGTAB_SIGNATURE] 1x", close}, 1, false},
+        {{nullptr, close}, 1, false}, {{open, nullptr}, 1, false},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(KivClMessageCatalog::isValidStringTable(row.table.data(), row.count), row.valid)
+            << (row.table[0] ? row.table[0] : "null") << " / " << row.count;
+    }
     EXPECT_FALSE(KivClMessageCatalog::isValidStringTable(nullptr, 3));
 }
 
@@ -248,20 +243,22 @@ TEST(MessageLoading, EveryConstructorFillsTheTenVariables) {
     kivtest::TempDir dir;
     KivClMessageCatalog catalog(KivClFilename(dir.file("lib").c_str()));
     catalog.useStringTable(kivLibraryMessageTable, KIV_MSGTABLE_LIBRARY_COUNT);
+    // Message 2 shows its ten variables: "Percent:% Arg1:%1 ... Arg10:%10".
+    auto shown = [](std::vector<const char*> values) {
+        std::string text = "Percent:%";
+        for (size_t i = 0; i < 10; ++i) {
+            text += " Arg" + std::to_string(i + 1) + ":" + (i < values.size() && values[i] ? values[i] : "???");
+        }
+        return text;
+    };
     KivClMessage message(catalog, 2, "first");
-    EXPECT_TRUE(message.isLoaded());
     EXPECT_EQ(message.getMessageId(), 2u);
-    EXPECT_STREQ(message.getText(), "Percent:% Arg1:first Arg2:??? Arg3:??? Arg4:??? Arg5:??? "
-                                    "Arg6:??? Arg7:??? Arg8:??? Arg9:??? Arg10:???");
+    EXPECT_EQ(message.getText(), shown({"first"}));
     const char* vars[10] = {"1", "2", "3", "4", "5", "6", "7", "8", "9", "ten"};
-    EXPECT_STREQ(KivClMessage(catalog, 2, vars).getText(),
-                 "Percent:% Arg1:1 Arg2:2 Arg3:3 Arg4:4 Arg5:5 Arg6:6 Arg7:7 Arg8:8 Arg9:9 Arg10:ten");
-    EXPECT_STREQ(KivClMessage(catalog, 2).getText(),
-                 "Percent:% Arg1:??? Arg2:??? Arg3:??? Arg4:??? Arg5:??? Arg6:??? Arg7:??? "
-                 "Arg8:??? Arg9:??? Arg10:???");
+    EXPECT_EQ(KivClMessage(catalog, 2, vars).getText(), shown(std::vector<const char*>(vars, vars + 10)));
+    EXPECT_EQ(KivClMessage(catalog, 2).getText(), shown({}));
     message.setNewMessageId(2, "a", "b", nullptr, "d", "e", "f", "g", "h", "i", "j");
-    EXPECT_STREQ(message.getText(),
-                 "Percent:% Arg1:a Arg2:b Arg3:??? Arg4:d Arg5:e Arg6:f Arg7:g Arg8:h Arg9:i Arg10:j");
+    EXPECT_EQ(message.getText(), shown({"a", "b", nullptr, "d", "e", "f", "g", "h", "i", "j"}));
 }
 
 TEST(MessageLoading, StringTableBoundsAndFailureTexts) {

@@ -8,11 +8,8 @@
 namespace {
 
 TEST(ResourceKey, NamesAreReducedAndJoined) {
-    struct Row {
-        const char* key;
-        const char* instance;
-        const char* name;
-        const char* keyPart;
+    const struct {
+        const char *key, *instance, *name, *keyPart;
     } rows[] = {
         {"APP", nullptr, "---:APP", "APP"},
         {"my app/x", "KIVTRACEINSTANCE0", "---:myGapp:x:KIVTRACEINSTANCE0", "myGapp:x:KIVTRACEINSTANCE0"},
@@ -20,7 +17,7 @@ TEST(ResourceKey, NamesAreReducedAndJoined) {
         {"", nullptr, "---:", ""},
         {"\xC8", nullptr, "---:f", "f"},  // byte 200 is position 200 % 65 = 5
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         KivClResourceKeySemaphore key(row.key, row.instance);
         EXPECT_STREQ(key.getName(), row.name) << row.key;
         EXPECT_STREQ(key.getKeyPart(), row.keyPart) << row.key;
@@ -44,18 +41,14 @@ TEST(ResourceKey, OverLongPartsAreCutInsideTheName) {
 
 TEST(ResourceKey, MatchesAndCopies) {
     KivClResourceKeySemaphore key("APP", "one");
-    EXPECT_TRUE(key.matches("---:APP:one"));
-    EXPECT_TRUE(key.matches("---:APP:one:and more"));
-    EXPECT_FALSE(key.matches("---:APP:on"));
-    EXPECT_FALSE(key.matches("---:APX:one"));
-    EXPECT_FALSE(key.matches(nullptr));
+    EXPECT_TRUE(key.matches("---:APP:one") && key.matches("---:APP:one:and more"));
+    EXPECT_FALSE(key.matches("---:APP:on") || key.matches("---:APX:one") || key.matches(nullptr));
 
     KivClResourceKeySemaphore target("OTHER", nullptr);
     target = key;
     EXPECT_STREQ(target.getName(), "---:APP:one");
     EXPECT_STREQ(target.getKeyPart(), "APP:one");
-    EXPECT_GE(target.getKeyPart(), target.getName());
-    EXPECT_LT(target.getKeyPart(), target.getName() + 256);
+    EXPECT_EQ(target.getKeyPart() - target.getName(), 4);  // within its own name
     KivClResourceKeySemaphore copy(target);
     EXPECT_EQ(copy.getKeyPart() - copy.getName(), 4);
 }

@@ -36,6 +36,27 @@ TempDir::~TempDir() {
     if (::nftw(path_.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS) != 0) std::perror("remove temporary directory");
 }
 
+ScopedAllocatorHooks::ScopedAllocatorHooks()
+    : allocator_(KivClMemoryManager::cv_pfuAllocatorCallback),
+      reallocator_(KivClMemoryManager::cv_pfuReallocatorCallback),
+      deallocator_(KivClMemoryManager::cv_pfuDeallocatorCallback) {}
+
+ScopedAllocatorHooks::ScopedAllocatorHooks(KivPfuAllocator allocator, KivPfuReallocator reallocator,
+                                           KivPfuDeallocator deallocator)
+    : ScopedAllocatorHooks() {
+    if (!kivSetNewMemoryManager(allocator, reallocator, deallocator)) {
+        throw std::invalid_argument("allocator hooks refused");
+    }
+}
+
+// Assigned directly: installing through the library would turn a missing
+// reallocator into the system one.
+ScopedAllocatorHooks::~ScopedAllocatorHooks() {
+    KivClMemoryManager::cv_pfuAllocatorCallback = allocator_;
+    KivClMemoryManager::cv_pfuReallocatorCallback = reallocator_;
+    KivClMemoryManager::cv_pfuDeallocatorCallback = deallocator_;
+}
+
 std::string TempDir::file(const std::string& name) const { return path_ + "/" + name; }
 
 CaptureFd::CaptureFd(int fd) : fd_(fd) {

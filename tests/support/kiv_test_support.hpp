@@ -6,6 +6,8 @@
 #include <functional>
 #include <string>
 
+#include "kiv_memmgr.hpp"
+
 namespace kivtest {
 
 // A fresh directory under $TMPDIR (or /tmp), removed with its contents when
@@ -76,6 +78,23 @@ private:
     std::string name_;
     std::string old_;
     bool hadValue_ = false;
+};
+
+// Saves the allocator hooks, optionally installs others, and puts the saved
+// three back exactly when the scope ends, also after a failed assertion.
+class ScopedAllocatorHooks {
+public:
+    ScopedAllocatorHooks();
+    ScopedAllocatorHooks(KivPfuAllocator allocator, KivPfuReallocator reallocator,
+                         KivPfuDeallocator deallocator);
+    ~ScopedAllocatorHooks();
+    ScopedAllocatorHooks(const ScopedAllocatorHooks&) = delete;
+    ScopedAllocatorHooks& operator=(const ScopedAllocatorHooks&) = delete;
+
+private:
+    KivPfuAllocator allocator_;
+    KivPfuReallocator reallocator_;
+    KivPfuDeallocator deallocator_;
 };
 
 std::string readFile(const std::string& path);

@@ -7,6 +7,7 @@
 
 #include "kiv_bitarray.hpp"
 #include "kiv_memmgr.hpp"
+#include "kiv_test_support.hpp"
 
 namespace {
 
@@ -127,8 +128,8 @@ TEST(BitArray, ShortOrCorruptStreamLeavesArrayUnchanged) {
     // must fail without allocating the half gigabyte it claims.
     const std::string streams[] = {"", form.substr(0, 3), form.substr(0, 4), form.substr(0, form.size() - 1),
                                    std::string("\xFF\xFF\xFF\xFF", 4) + std::string(100, 'x')};
-    KivClMemoryManager::setNewMemoryManager(recordingAllocator, KivClMemoryManager::systemReallocator,
-                                            KivClMemoryManager::systemDeallocator);
+    const kivtest::ScopedAllocatorHooks hooks(recordingAllocator, KivClMemoryManager::systemReallocator,
+                                              KivClMemoryManager::systemDeallocator);
     for (const std::string& stream : streams) {
         std::istringstream in(stream);
         bits.read(in);
@@ -136,9 +137,6 @@ TEST(BitArray, ShortOrCorruptStreamLeavesArrayUnchanged) {
         EXPECT_EQ(bits.getBitCount(), 10u);
         EXPECT_EQ(bytesOf(bits), before);
     }
-    KivClMemoryManager::setNewMemoryManager(KivClMemoryManager::systemAllocator,
-                                            KivClMemoryManager::systemReallocator,
-                                            KivClMemoryManager::systemDeallocator);
     EXPECT_TRUE(largestRequest > 0 && largestRequest <= 64u * 1024u) << largestRequest;
 }
 
@@ -147,13 +145,12 @@ TEST(BitArray, ArrayOverSixtyFourKibReadsUnderAnAllocatorWithoutReallocator) {
     written.setBit(0);
     written.setBit(999999);
     const std::string form = streamForm(written);
-    KivClMemoryManager::setNewMemoryManager(recordingAllocator, nullptr,
-                                            KivClMemoryManager::systemDeallocator);
     KivClBitArray read(8);
     std::istringstream in(form);
-    read.read(in);
-    KivClMemoryManager::setNewMemoryManager(KivClMemoryManager::systemAllocator, nullptr,
-                                            KivClMemoryManager::systemDeallocator);
+    {
+        const kivtest::ScopedAllocatorHooks hooks(recordingAllocator, nullptr, KivClMemoryManager::systemDeallocator);
+        read.read(in);
+    }
     EXPECT_FALSE(in.fail());
     EXPECT_EQ(streamForm(read), form);
 }

@@ -8,26 +8,21 @@
 
 TEST(NumberToText, SignedAndUnsignedLimits) {
     char buffer[32];
-    EXPECT_EQ(kivItoa(0, buffer), 1);
-    EXPECT_STREQ(buffer, "0");
-    EXPECT_EQ(kivItoa(-1, buffer), 2);
-    EXPECT_STREQ(buffer, "-1");
-    EXPECT_EQ(kivItoa(INT_MIN, buffer), 11);
-    EXPECT_STREQ(buffer, "-2147483648");
-    EXPECT_EQ(kivItoa(INT_MAX, buffer), 10);
-    EXPECT_STREQ(buffer, "2147483647");
-    EXPECT_EQ(kivLtoa(-2147483647L - 1, buffer), 11);
-    EXPECT_STREQ(buffer, "-2147483648");
-    EXPECT_EQ(kivULtoa(4294967295UL, buffer), 10);
-    EXPECT_STREQ(buffer, "4294967295");
-    EXPECT_EQ(kivI64toa(LLONG_MIN, buffer), 20);
-    EXPECT_STREQ(buffer, "-9223372036854775808");
-    EXPECT_EQ(kivI64toa(LLONG_MAX, buffer), 19);
-    EXPECT_STREQ(buffer, "9223372036854775807");
-    EXPECT_EQ(kivW64toa(ULLONG_MAX, buffer), 20);
-    EXPECT_STREQ(buffer, "18446744073709551615");
-    EXPECT_EQ(x64toa(1000, buffer, true), 5);
-    EXPECT_STREQ(buffer, "-1000");
+    // Each call is checked right after it ran, since all share the buffer.
+    const auto expect = [&buffer](int length, const char* text) {
+        EXPECT_EQ(length, static_cast<int>(std::strlen(text))) << text;
+        EXPECT_STREQ(buffer, text);
+    };
+    expect(kivItoa(0, buffer), "0");
+    expect(kivItoa(-1, buffer), "-1");
+    expect(kivItoa(INT_MIN, buffer), "-2147483648");
+    expect(kivItoa(INT_MAX, buffer), "2147483647");
+    expect(kivLtoa(-2147483647L - 1, buffer), "-2147483648");
+    expect(kivULtoa(4294967295UL, buffer), "4294967295");
+    expect(kivI64toa(LLONG_MIN, buffer), "-9223372036854775808");
+    expect(kivI64toa(LLONG_MAX, buffer), "9223372036854775807");
+    expect(kivW64toa(ULLONG_MAX, buffer), "18446744073709551615");
+    expect(x64toa(1000, buffer, true), "-1000");
     // Every power of ten keeps its digits in order.
     unsigned long long value = 1;
     for (int digits = 1; digits <= 20; ++digits, value *= 10) {
