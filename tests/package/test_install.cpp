@@ -3,6 +3,8 @@
 // through pkg-config. Every test installs into a prefix of its own.
 #include <gtest/gtest.h>
 
+#include <regex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -78,6 +80,17 @@ TEST_F(InstalledKiv, TraceControllerRunsFromThePrefix) {
     EXPECT_NE(help.out.find("-key <key>"), std::string::npos) << help.out;
     const std::string page = kivtest::readFile(prefix() + "/share/man/man1/kivtracectl.1");
     EXPECT_EQ(page.rfind(".TH KIVTRACECTL 1", 0), 0U) << page.substr(0, 80);
+
+    // Every switch of the tool's usage display has its entry in the page.
+    const std::regex switchPattern("[ |\\[(]-([a-zA-Z?]+)");
+    std::set<std::string> switches;
+    for (std::sregex_iterator it(help.out.begin(), help.out.end(), switchPattern), end; it != end; ++it) {
+        switches.insert((*it)[1].str());
+    }
+    EXPECT_GE(switches.size(), 15U) << help.out;
+    for (const std::string& name : switches) {
+        EXPECT_NE(page.find("\\-" + name), std::string::npos) << "-" << name << " is not in the man page";
+    }
 }
 
 // find_package(kiv) gives kiv::kiv and kiv_add_message_catalog; the client
