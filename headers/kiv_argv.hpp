@@ -18,6 +18,14 @@
 // argv counts as an empty command line, a negative argc as 0, a null usage
 // string as the empty one. Questions asked at an invalid position answer
 // false (or null).
+//
+//   const char* argv[] = {"tool", "-key", "abc", "-v", "f1", "f2", nullptr};
+//   KivClArgvCursor all(6, argv);
+//   all.positionTo("key");    // true: on "-key", index 1
+//   KivClArgvFreeCursor files(6, argv, "(-key <key>) [-v] [<file> ...]");
+//   files.getAsCString();     // "f1" ("abc" is bound to -key)
+//   files.setToNext();        // true: on "f2"
+//   files.setToNext();        // false
 #ifndef KIV_ARGV_HPP
 #define KIV_ARGV_HPP
 
