@@ -33,6 +33,7 @@
 
 class KivClConsoleUI;
 
+// Moves over the entries of a command line and finds switches by name.
 class KivClArgvCursor : public KivClBiDirCursorABase {
 public:
     // Stands on entry 1.
@@ -80,6 +81,7 @@ private:
     const char** argv_;
 };
 
+// An argument cursor that judges the entry under it against a usage string.
 class KivClArgvCheckCursor : public KivClArgvCursor {
 public:
     KivClArgvCheckCursor(int argc, const char** argv, const char* usage);
@@ -112,6 +114,7 @@ private:
     const char* usage_;
 };
 
+// A check cursor that stops only on free entries (file names and the like).
 class KivClArgvFreeCursor : public KivClArgvCheckCursor {
 public:
     // Takes what the check cursor takes and stands on the first free entry,

@@ -30,6 +30,7 @@ struct _KivStCCSIDEntry {
     uint32_t properties;
 };
 
+// A CCSID with its (lazily found) registry row.
 class KivClCCSID {
 public:
     typedef uint32_t KivEnCCSID;

@@ -63,6 +63,7 @@ constexpr const char* KIV_CONSOLEUI_QUOTE_STRINGS = "KIV_CONSOLEUI_QUOTE_STRINGS
 
 class KivClConsoleUIParams;
 
+// The console UI of one tool: its command line, catalog, settings and output.
 class KivClConsoleUI {
 public:
     // A fixed underlying type keeps any stored value defined; values other

@@ -35,6 +35,8 @@
 #include "kiv_error.hpp"
 #include "kiv_filename.hpp"
 
+// What files and directories share: name, existence, times, removal, and the
+// static path operations.
 class KivClFileABase {
 public:
     virtual ~KivClFileABase();
@@ -90,6 +92,7 @@ public:
     static bool expandRelativePath(char* path, size_t size);
 };
 
+// A file addressed by a filename; keeps the error of its last operation.
 class KivClFile : public KivClFileABase {
 public:
     // Copies name; when it has no extension and defaultExtension is given

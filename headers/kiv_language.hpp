@@ -26,6 +26,7 @@
 #include <cstdint>
 #include <iosfwd>
 
+// A language and a territory, parsed from a code and written back as codes.
 class KivClLanguage {
 public:
     enum KivEnLanguage : uint32_t { LANGUAGE_UNSPECIFIED = 0, LANGUAGE_INVALID = 143 };

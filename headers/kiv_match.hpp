@@ -26,6 +26,7 @@
 #include <cstdint>
 #include <regex.h>
 
+// A pattern and whether case is ignored; getPattern finds it in a text.
 class KivClStringMatchABase {
 public:
     KivClStringMatchABase(const char* pattern, bool ignoreCase)

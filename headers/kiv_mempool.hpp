@@ -92,6 +92,7 @@ private:
     uint32_t blockNumber_;
 };
 
+// Hands out chunks from large blocks and frees them all at once.
 class KivClMemoryPool {
 public:
     typedef void (*ErrorHandler)(const _KivStError& error, void* userData);

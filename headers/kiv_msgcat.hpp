@@ -48,6 +48,7 @@
 // every string table.
 constexpr const char* KIV_MSGTAB_SIGNATURE = "[KIV_MSGTAB_SIGNATURE]";
 
+// A message catalog file, with a caller's string table as its fallback.
 class KivClMessageCatalog : public KivClFile {
 public:
     // Opens name with its extension replaced by ".cat" (f.txt opens f.cat).
@@ -101,6 +102,8 @@ private:
     uint32_t stringTableCount_;
 };
 
+// One message loaded from a catalog, its variables filled in; the catalog
+// must outlive it.
 class KivClMessage {
 public:
     // Number of variables a message may use (%1 to %10).

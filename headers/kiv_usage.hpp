@@ -34,6 +34,7 @@
 
 #include "kiv_cursor.hpp"
 
+// Walks the items of a usage string; the string must outlive the cursor.
 class KivClUsageCursor : public KivClUniDirCursorABase {
 public:
     // The usage string a null usage stands for.
