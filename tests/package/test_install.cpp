@@ -44,7 +44,7 @@ private:
 TEST_F(InstalledKiv, LaysOutLibraryHeadersToolsAndPackageFiles) {
     const std::vector<std::string> files = {
         "/include/kiv/kiv.hpp",        "/include/kiv/kiv_consoleui.hpp",
-        "/bin/kivtracectl",            "/bin/kivtrace2json",
+        "/bin/kivtracectl",            "/bin/kivtrace2json",          "/bin/kivmsgsource",
         "/share/man/man1/kivtracectl.1", "/share/kiv/kiv_library.msg",
     };
     for (const std::string& file : files) {
@@ -91,6 +91,13 @@ TEST_F(InstalledKiv, TraceControllerRunsFromThePrefix) {
     for (const std::string& name : switches) {
         EXPECT_NE(page.find("\\-" + name), std::string::npos) << "-" << name << " is not in the man page";
     }
+}
+
+// The installed generator writes exactly the installed message source.
+TEST_F(InstalledKiv, MessageSourceToolRunsFromThePrefix) {
+    const kivtest::ChildResult written =
+        mustRun("env -u LD_LIBRARY_PATH " + quote(prefix() + "/bin/kivmsgsource"));
+    EXPECT_EQ(written.out, kivtest::readFile(prefix() + "/share/kiv/kiv_library.msg"));
 }
 
 // find_package(kiv) gives kiv::kiv and kiv_add_message_catalog; the client
