@@ -75,6 +75,7 @@ public:
     // numbers) if that was not done yet. Every query below calls it.
     void determineProperties() const;
 
+    // The number is not 0 and has a registry row.
     bool isValid() const;
     const char* getName() const;
     bool isASCII() const { return hasProperty(PROPERTY_ASCII); }

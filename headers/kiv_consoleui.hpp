@@ -99,6 +99,7 @@ public:
     KivClConsoleUI(const KivClConsoleUI&) = delete;
     KivClConsoleUI& operator=(const KivClConsoleUI&) = delete;
 
+    // The UI's catalog: the tool's catalog file, or the default catalog.
     virtual KivClMessageCatalog& getMessageCatalog();
 
     // The command line the UI checks, handed to the argument cursors.
@@ -197,6 +198,7 @@ public:
 
     // ---- Output primitives ----
 
+    // A line end on the output stream, flushed.
     void newline() const;
     // The dashed bar and an empty line.
     void horizontalBar() const;

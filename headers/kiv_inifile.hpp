@@ -332,6 +332,7 @@ public:
     bool setToNext() override;
     virtual bool setTo(const char* name);
 
+    // The current option's name equals name, ignoring case.
     bool matches(const char* name) const;
     // Name, value text and comment text of the current option; "" when the
     // cursor is not valid.

@@ -114,6 +114,7 @@ public:
                     unsigned int length);
     virtual ~KivClTraceEntry();
 
+    // The data type bits of the record.
     KivEnTraceDataType getType() const;
     // Replaces the type bits and keeps the detail.
     void setType(KivEnTraceDataType type);
