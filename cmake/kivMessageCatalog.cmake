@@ -1,8 +1,9 @@
 # kiv_add_message_catalog(<target> SOURCES <file.msg>... [OUTPUT <file.cat>])
 #
 # Builds a message catalog file with gencat from one or more message sources
-# (gencat merges them; a later source wins for a message number that occurs
-# twice) and adds the custom target <target>, part of the default build, that
+# (gencat merges them; a message number must not occur twice in one set, or
+# the build fails) and adds the custom target <target>, part of the default
+# build, that
 # keeps the catalog up to date. OUTPUT defaults to <target>.cat in the current
 # binary directory; relative paths are taken from the current source and
 # binary directories. The target's property KIV_CATALOG_FILE holds the path of
@@ -11,8 +12,10 @@
 #   kiv_add_message_catalog(mytool_de SOURCES mytool.msg kiv_library_de.msg)
 #   install(FILES $<TARGET_PROPERTY:mytool_de,KIV_CATALOG_FILE> DESTINATION share/mytool)
 #
-# The catalog is rebuilt from scratch each time: gencat would otherwise merge
-# new sources into the old catalog and keep messages that were removed.
+# The catalog is rebuilt from scratch each time (gencat would otherwise merge
+# new sources into the old catalog and keep messages that were removed), in
+# a file of its own that replaces the catalog only when gencat succeeded, so
+# a failed build never leaves a half-made catalog behind.
 include_guard(GLOBAL)
 
 function(kiv_add_message_catalog target)
@@ -38,9 +41,11 @@ function(kiv_add_message_catalog target)
     list(APPEND sources ${source})
   endforeach()
 
+  set(partial ${arg_OUTPUT}.partial)
   add_custom_command(OUTPUT ${arg_OUTPUT}
-    COMMAND ${CMAKE_COMMAND} -E rm -f ${arg_OUTPUT}
-    COMMAND ${KIV_GENCAT_EXECUTABLE} ${arg_OUTPUT} ${sources}
+    COMMAND ${CMAKE_COMMAND} -E rm -f ${partial}
+    COMMAND ${KIV_GENCAT_EXECUTABLE} ${partial} ${sources}
+    COMMAND ${CMAKE_COMMAND} -E rename ${partial} ${arg_OUTPUT}
     DEPENDS ${sources}
     COMMENT "Building message catalog ${arg_OUTPUT}"
     VERBATIM)
