@@ -1,4 +1,25 @@
-// Umbrella header: includes every public header of the library.
+// Umbrella header: includes every public header of the library, so that a
+// client needs one include line. Installed, the headers live in include/kiv
+// and both include folders are exported, so <kiv.hpp> and <kiv/kiv.hpp> (and
+// any single family, such as <kiv/kiv_inifile.hpp>) work alike. Link with
+// kiv::kiv (find_package(kiv)) or `pkg-config --libs kiv`.
+//
+// Failure policy of the library as a whole: ordinary failures return false
+// and leave a _KivStError in the object or an out-parameter (kiv_error.hpp);
+// work that should go on hands its errors to a handler the caller installs
+// (ini loader, memory pool); failures a caller cannot be expected to check
+// throw KivClException, and KivClExceptionFatal where the process cannot
+// sensibly go on (kiv_exception.hpp). Allocation never returns null.
+// Command-line errors of a console tool end the process with exit codes 201
+// to 204 (kiv_consoleui.hpp).
+//
+//   #include <kiv/kiv.hpp>
+//   int main(int argc, char** argv) {
+//       KivClConsoleUI ui(argc, argv);
+//       ui.init("Hello", nullptr, "1.0", __DATE__);  // "\nhello - Hello\n" (program "hello")
+//       ui.handleUsageHelp("[-v]", "-v  be verbose");  // "hello -x": message, usage, exit 201
+//       return ui.hasArgSwitch("v") ? 1 : 0;
+//   }
 #ifndef KIV_HPP
 #define KIV_HPP
 

@@ -18,6 +18,14 @@
 // argv counts as an empty command line, a negative argc as 0, a null usage
 // string as the empty one. Questions asked at an invalid position answer
 // false (or null).
+//
+//   const char* argv[] = {"tool", "-key", "abc", "-v", "f1", "f2", nullptr};
+//   KivClArgvCursor all(6, argv);
+//   all.positionTo("key");    // true: on "-key", index 1
+//   KivClArgvFreeCursor files(6, argv, "(-key <key>) [-v] [<file> ...]");
+//   files.getAsCString();     // "f1" ("abc" is bound to -key)
+//   files.setToNext();        // true: on "f2"
+//   files.setToNext();        // false
 #ifndef KIV_ARGV_HPP
 #define KIV_ARGV_HPP
 
@@ -25,6 +33,7 @@
 
 class KivClConsoleUI;
 
+// Moves over the entries of a command line and finds switches by name.
 class KivClArgvCursor : public KivClBiDirCursorABase {
 public:
     // Stands on entry 1.
@@ -72,6 +81,7 @@ private:
     const char** argv_;
 };
 
+// An argument cursor that judges the entry under it against a usage string.
 class KivClArgvCheckCursor : public KivClArgvCursor {
 public:
     KivClArgvCheckCursor(int argc, const char** argv, const char* usage);
@@ -104,6 +114,7 @@ private:
     const char* usage_;
 };
 
+// A check cursor that stops only on free entries (file names and the like).
 class KivClArgvFreeCursor : public KivClArgvCheckCursor {
 public:
     // Takes what the check cursor takes and stands on the first free entry,

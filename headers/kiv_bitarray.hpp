@@ -9,6 +9,19 @@
 // Stream form: the bit count as 4 bytes in the host's (little-endian) order,
 // then the n / 8 + 1 storage bytes. read() takes the array to the size it
 // finds in the stream, so that reading gives back exactly what was written.
+//
+// Failure policy: an index at or beyond the bit count is refused (false,
+// nothing changed); a short stream sets the stream's failbit; storage comes
+// from the memory manager, which throws KivClExceptionFatal when memory is
+// exhausted.
+//
+//   KivClBitArray bits(12);     // 2 storage bytes, all bits 0
+//   bits.setBit(3);             // true
+//   bits.setBit(12);            // false: beyond the count
+//   bits.testBit(3);            // true
+//   bits.countSetBits();        // 1
+//
+// Warning: assignment and read() replace the array's bits and size.
 #ifndef KIV_BITARRAY_HPP
 #define KIV_BITARRAY_HPP
 
@@ -17,8 +30,10 @@
 
 #include "kiv_persistency.hpp"
 
+// A fixed number of bits, all 0 at first, with a binary stream form.
 class KivClBitArray : public KivClPersistencyABase {
 public:
+    // An array of bitCount bits, all 0.
     explicit KivClBitArray(uint32_t bitCount);
     KivClBitArray(const KivClBitArray& other);
     // Frees this array's storage and takes the other's bit count and a copy of

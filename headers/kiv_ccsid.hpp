@@ -30,6 +30,7 @@ struct _KivStCCSIDEntry {
     uint32_t properties;
 };
 
+// A CCSID with its (lazily found) registry row.
 class KivClCCSID {
 public:
     typedef uint32_t KivEnCCSID;
@@ -74,6 +75,7 @@ public:
     // numbers) if that was not done yet. Every query below calls it.
     void determineProperties() const;
 
+    // The number is not 0 and has a registry row.
     bool isValid() const;
     const char* getName() const;
     bool isASCII() const { return hasProperty(PROPERTY_ASCII); }

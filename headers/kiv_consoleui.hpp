@@ -63,6 +63,7 @@ constexpr const char* KIV_CONSOLEUI_QUOTE_STRINGS = "KIV_CONSOLEUI_QUOTE_STRINGS
 
 class KivClConsoleUIParams;
 
+// The console UI of one tool: its command line, catalog, settings and output.
 class KivClConsoleUI {
 public:
     // A fixed underlying type keeps any stored value defined; values other
@@ -98,6 +99,7 @@ public:
     KivClConsoleUI(const KivClConsoleUI&) = delete;
     KivClConsoleUI& operator=(const KivClConsoleUI&) = delete;
 
+    // The UI's catalog: the tool's catalog file, or the default catalog.
     virtual KivClMessageCatalog& getMessageCatalog();
 
     // The command line the UI checks, handed to the argument cursors.
@@ -196,6 +198,7 @@ public:
 
     // ---- Output primitives ----
 
+    // A line end on the output stream, flushed.
     void newline() const;
     // The dashed bar and an empty line.
     void horizontalBar() const;

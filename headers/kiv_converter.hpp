@@ -39,6 +39,8 @@
 #include "kiv_ccsid.hpp"
 #include "kiv_error.hpp"
 
+// A converter between two CCSIDs with the conversion method chosen for them
+// and the outcome of its last conversion.
 class KivClConverterABase {
 public:
     // The state handed to a conversion method for one call.
@@ -217,11 +219,13 @@ unsigned int kivConvertByAlgorithmIcuFromUnicode(KivClConverterABase::_KivStConv
 // Built-in tables. Table values are UCS-2 stored in big-endian byte order, as
 // published; kivUcs2FromTable turns one into a host-order value.
 
+// A single-byte code page: one UCS-2 value per byte.
 struct _KivStSBCSTable {
     uint32_t ccsid;
     uint16_t values[256];  // big-endian UCS-2, indexed by the source byte
 };
 
+// A mixed single/double-byte code page: pages of UCS-2 values by lead byte.
 struct _KivStDBCSTable {
     uint32_t ccsid;
     uint8_t isEBCDIC;               // shift-out / shift-in driven

@@ -35,6 +35,8 @@
 #include "kiv_file.hpp"
 #include "kiv_filename.hpp"
 
+// A directory held as an absolute location: creation with its parents,
+// removal, becoming the current directory, moving by whole components.
 class KivClDirectory : public KivClFileABase {
 public:
     // The current working directory with "/" appended. When it cannot be
@@ -171,6 +173,7 @@ private:
     uint32_t mode_;
 };
 
+// Visits the entries of one directory in readdir order.
 class KivClDirectoryWalk {
 public:
     explicit KivClDirectoryWalk(const KivClLocation& directory);

@@ -31,6 +31,7 @@
 #include "kiv_file.hpp"
 #include "kiv_filename.hpp"
 
+// A shared library, loaded while the object lives.
 class KivClDllFile : public KivClExeFile {
 public:
     // Completes name as described above and loads it.
@@ -59,6 +60,7 @@ private:
     void* handle_;
 };
 
+// A loaded shared library whose functions are looked up by name.
 class KivClDllProcLoaderFile : public KivClDllFile {
 public:
     explicit KivClDllProcLoaderFile(const KivClFilename& name) : KivClDllFile(name) {}

@@ -11,11 +11,25 @@
 // as unset and refuses every change. Changes hand the environment a copy that
 // it owns (setenv), so values have no length limit and an object may be
 // destroyed while its variable stays set.
+//
+// Failure policy: nothing throws. A refused name or a change the
+// environment refuses makes the call return false (resetValue: -1).
+//
+//   KivClEnvironmentVariable verbose("APP_VERBOSE", "yes");  // sets it now
+//   verbose.hasValueEnabled();     // true
+//   verbose.appendValue("!");      // value "yes!"
+//   verbose.hasValueEnabled();     // false: not one of the four words
+//   KivClEnvironmentVariableABase("A=B").hasValidName();  // false
+//
+// Warning: setNewValue, appendValue, resetValue and the constructor of
+// KivClEnvironmentVariable replace or remove the variable for the whole
+// process, whatever another part of the program set before.
 #ifndef KIV_ENVVAR_HPP
 #define KIV_ENVVAR_HPP
 
 #include <cstddef>
 
+// Read access to one environment variable by name.
 class KivClEnvironmentVariableABase {
 public:
     static constexpr size_t MAX_NAME_LENGTH = 40;
@@ -41,8 +55,11 @@ private:
     char name_[MAX_NAME_LENGTH + 1];
 };
 
+// One environment variable that may also be changed.
 class KivClEnvironmentVariable : public KivClEnvironmentVariableABase {
 public:
+    // Names the variable and sets it to value at once (a null value removes
+    // it), as setNewValue does.
     KivClEnvironmentVariable(const char* name, const char* value);
 
     // Sets the variable to value; a null value removes it. Returns false when
@@ -55,11 +72,15 @@ public:
     int resetValue();
 };
 
+// Reads one variable after another under a name that may change.
 class KivClEnvironmentVariableQueryOnly : public KivClEnvironmentVariableABase {
 public:
+    // Holds the empty name (reads as unset) until setNewName.
     KivClEnvironmentVariableQueryOnly();
+    // Reads the variable other names.
     explicit KivClEnvironmentVariableQueryOnly(const KivClEnvironmentVariableABase& other);
 
+    // Reads another variable from now on; false for a refused name.
     bool setNewName(const char* name) { return initName(name); }
 };
 

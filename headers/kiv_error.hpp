@@ -5,6 +5,15 @@
 // severity and a recommended action (_KivStUserError). The printable names of
 // all values are messages of the library message table; the mapping functions
 // below return their message numbers (0 for a value without a name).
+//
+// Failure policy: these are plain values and lookups; nothing fails. An
+// unknown value maps to message 0, which is no message.
+//
+//   _KivStError error{KIV_ERRID_FILE_COULD_NOT_COPY, KIV_ERRCLASS_IO_PROBLEM};
+//   kivErrorGetIdAsMessageId(error.errorId);        // 67: "FILE_COULD_NOT_COPY"
+//   kivErrorGetClassAsMessageId(error.errorClass);  // 121: "IO_PROBLEM"
+//   KivClMessage(catalog, 67).getText();            // that name from a catalog
+//                                                   // (translated in a translated one)
 #ifndef KIV_ERROR_HPP
 #define KIV_ERROR_HPP
 
@@ -140,6 +149,8 @@ enum : uint32_t {
 };
 
 // {error id, error class}; {0, 0} reports success.
+// {error id, error class}: what an object keeps of its last failure;
+// {0, 0} means success.
 struct _KivStError {
     uint32_t errorId;
     KivEnErrorClass errorClass;

@@ -5,11 +5,26 @@
 // KivClExceptionFatal tells the handler that the process cannot sensibly go
 // on. The exceptions never own their texts: cause and module must outlive
 // them (string literals in practice).
+//
+// Failure policy: throwing is the report. KivClException is thrown for
+// failures a caller cannot be expected to check for, KivClExceptionFatal
+// (derived from it, so one handler can take both) where the process cannot
+// sensibly go on: exhausted memory, an unusable trace file. kiv__assert
+// never returns: it writes its report to standard error and aborts.
+//
+//   try {
+//       formatter.format(std::cout);
+//   } catch (const KivClException& x) {
+//       x.getError().errorId;   // e.g. KIV_ERRID_TRACEFORMAT_UNEXPECTED_EOF
+//       x.getModule();          // source file and line, such as "kiv_trace_format:644"
+//       x.getCause();           // free text, "" when none
+//   }
 #ifndef KIV_EXCEPTION_HPP
 #define KIV_EXCEPTION_HPP
 
 #include "kiv_error.hpp"
 
+// The root of the library's exceptions: a cause text, not owned.
 class KivClExceptionABase {
 public:
     explicit KivClExceptionABase(const char* cause) : cause_(cause ? cause : "") {}
@@ -26,8 +41,10 @@ private:
     const char* cause_;
 };
 
+// An exception with the user error record and the place that raised it.
 class KivClException : public KivClExceptionABase {
 public:
+    // Keeps the pointers to module and cause (not copied) and the record.
     KivClException(const _KivStUserError& error, const char* module, unsigned long line,
                    const char* cause = nullptr)
         : KivClExceptionABase(cause), module_(module ? module : ""),
@@ -49,6 +66,7 @@ private:
     _KivStUserError error_;
 };
 
+// An exception after which the process cannot sensibly go on.
 class KivClExceptionFatal : public KivClException {
 public:
     using KivClException::KivClException;

@@ -16,6 +16,17 @@
 // Files this library creates are opened without following a final symbolic
 // link and must turn out to be regular files, so that a link planted in a
 // shared directory such as /tmp cannot redirect a copy.
+//
+//   KivClFile report(KivClFilename("/tmp/a.txt"));      // holds "hello\n"
+//   report.getFileSize();                                // 6
+//   report.copyTo(KivClFilename("/tmp/b.txt"), false);   // true: b.txt holds "hello\n"
+//   report.renameAs(KivClFilename("/tmp/c.txt"));       // true: report now names c.txt
+//   KivClFile none(KivClFilename("/tmp/none"));
+//   none.remove();        // false; getError() == {FILE_COULD_NOT_REMOVE, IO_NOT_EXISTENT}
+//
+// Warning: copyTo replaces the contents of an existing target, renameAs
+// replaces an existing target file (as rename() does), and remove deletes
+// the file even when it is read-only.
 #ifndef KIV_FILE_HPP
 #define KIV_FILE_HPP
 
@@ -24,6 +35,8 @@
 #include "kiv_error.hpp"
 #include "kiv_filename.hpp"
 
+// What files and directories share: name, existence, times, removal, and the
+// static path operations.
 class KivClFileABase {
 public:
     virtual ~KivClFileABase();
@@ -79,6 +92,7 @@ public:
     static bool expandRelativePath(char* path, size_t size);
 };
 
+// A file addressed by a filename; keeps the error of its last operation.
 class KivClFile : public KivClFileABase {
 public:
     // Copies name; when it has no extension and defaultExtension is given
@@ -141,6 +155,7 @@ public:
     // rename(name, target); on success the object takes target's name. On
     // failure FILE_COULD_NOT_RENAME with class IO_ALREADY_IN_USE when target
     // exists (and could not be replaced), else IO_PERMISSION_DENIED.
+    // Warning: an existing target file is replaced and its contents lost.
     bool renameAs(const KivClFilenameABase& target);
 
     // Looks for name's file part in each directory of the ":"-separated

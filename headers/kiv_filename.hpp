@@ -12,6 +12,15 @@
 // never fail: null text reads as the empty string and longer input is cut at
 // 4096 characters. Copies re-base every position into their own buffer, so a
 // copy never points into another object and outlives its source safely.
+//
+//   KivClFilename name("/srv/data/report.txt");
+//   name.getFilePart();            // "report.txt"
+//   name.getExtension();           // ".txt"
+//   name.setNewExtension("bak");   // name is "/srv/data/report.bak"
+//   KivClLocation("/srv/data");    // "/srv/data/"
+//   KivClFilename("C:\\temp\\a.b").getPathStyle();   // KivEnPathStyleDOS
+//
+// Warning: the setNew... and init operations replace the name held.
 #ifndef KIV_FILENAME_HPP
 #define KIV_FILENAME_HPP
 

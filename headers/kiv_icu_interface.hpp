@@ -36,6 +36,8 @@ struct _KivStIcuErrorEntry {
     KivEnErrorSeverity severity;
 };
 
+// Maps ICU status codes to the library's errors and raises the exceptions
+// for statuses a conversion cannot go on from.
 class KivClIcuInterface {
 public:
     // Module texts of the two exceptions this family raises.

@@ -31,6 +31,23 @@
 // reports INIFILE_INVAL_OPTION for that line, so the handler learns that the
 // value was shortened and may stop loading. The model's own changes
 // (addOption, setNewValue) cut in the same way and succeed.
+//
+// Failure policy: a file that cannot be opened makes load() return false
+// without a report; syntax errors go to the handler (or are skipped without
+// one); queries return false for a missing section or option and leave the
+// out-parameters as they were; changes return false when their target is
+// missing. Nothing throws except the memory manager on exhausted memory.
+//
+//   // app.ini:  [Server]  /  port = 8080  ; the port
+//   KivClIniFile ini(KivClFilename("app"));          // names app.ini
+//   ini.load(false);                                 // true
+//   long port = 0;
+//   ini.getSection("server") && ini.getOption("PORT", port);   // true, port == 8080
+//   const char* host = "localhost";
+//   ini.getOption("host", host);                     // false: host stays "localhost"
+//
+// Warning: load() adds to what the object holds; it does not replace it.
+// Writing is KivClIniFileSave (kiv_inifilesave.hpp).
 #ifndef KIV_INIFILE_HPP
 #define KIV_INIFILE_HPP
 
@@ -136,6 +153,7 @@ private:
     char name_[NAME_LIMIT + 1];
 };
 
+// An ini file: its name, the loaded model and the selected section.
 class KivClIniFile : public KivClFile {
 public:
     // Names the file; ".ini" is added when the name has no extension.
@@ -267,6 +285,7 @@ private:
 };
 
 // Walks the sections of an ini file in list order, deleted ones included.
+// The ini file must outlive the cursor.
 class KivClIniFileSectionCursor : public KivClUniDirCursorABase {
 public:
     // Not valid, before the first section.
@@ -313,6 +332,7 @@ public:
     bool setToNext() override;
     virtual bool setTo(const char* name);
 
+    // The current option's name equals name, ignoring case.
     bool matches(const char* name) const;
     // Name, value text and comment text of the current option; "" when the
     // cursor is not valid.

@@ -49,6 +49,7 @@
 
 #include "kiv_inifile.hpp"
 
+// An ini file that can also write itself (whole or entry by entry).
 class KivClIniFileSave : public KivClIniFile {
 public:
     // Names the file as KivClIniFile does; nothing is opened yet.

@@ -26,6 +26,7 @@
 #include <cstdint>
 #include <iosfwd>
 
+// A language and a territory, parsed from a code and written back as codes.
 class KivClLanguage {
 public:
     enum KivEnLanguage : uint32_t { LANGUAGE_UNSPECIFIED = 0, LANGUAGE_INVALID = 143 };
@@ -45,6 +46,7 @@ public:
     // the lower 16 bits.
     explicit KivClLanguage(unsigned int number);
 
+    // Language in the upper 16 bits, territory in the lower 16 bits.
     unsigned int asNumber() const;
     KivEnLanguage getLanguage() const { return language_; }
     KivEnTerritory getTerritory() const { return territory_; }
@@ -65,6 +67,7 @@ public:
     void extractISOShortCode(char* out) const;
     void extractISOLongCode(char* out) const;
 
+    // Table lookups; "??" for an invalid language or territory.
     static const char* getLanguageCode(KivEnLanguage language);
     static const char* getLanguageName(KivEnLanguage language);
     static const char* getTerritoryCodeShort(KivEnTerritory territory);

@@ -9,6 +9,16 @@
 // pattern must outlive the matcher.
 //
 // Case-insensitive comparisons use the runtime's toupper of the current locale.
+//
+// Failure policy: nothing throws. A regular expression that does not
+// compile is kept as a matcher that never matches; getCompileResult() tells
+// regcomp's error code.
+//
+//   KivClStringSearch("needle", true).getPattern("hay NEEDLE stack");  // "NEEDLE stack"
+//   KivClStringMatchWildcards("*.ini", false).getPattern("app.ini");    // "app.ini"
+//   KivClStringMatchWildcards("*.ini", false).getPattern("app.txt");    // null
+//   KivClGrep("[0-9]+ items", false).getPattern("got 42 items");        // "42 items"
+//   KivClGrep("(", false).getCompileResult();                           // REG_EPAREN
 #ifndef KIV_MATCH_HPP
 #define KIV_MATCH_HPP
 
@@ -16,6 +26,7 @@
 #include <cstdint>
 #include <regex.h>
 
+// A pattern and whether case is ignored; getPattern finds it in a text.
 class KivClStringMatchABase {
 public:
     KivClStringMatchABase(const char* pattern, bool ignoreCase)

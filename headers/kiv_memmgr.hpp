@@ -34,6 +34,7 @@ typedef void (*KivPfuDeallocator)(void* pointer);
 typedef void* (*KivPfuSizeAllocator)(size_t size);
 typedef void* (*KivPfuSizeReallocator)(void* pointer, size_t size);
 
+// The process-wide allocator hooks and the checks around them.
 class KivClMemoryManager {
 public:
     KivClMemoryManager() = delete;

@@ -92,6 +92,7 @@ private:
     uint32_t blockNumber_;
 };
 
+// Hands out chunks from large blocks and frees them all at once.
 class KivClMemoryPool {
 public:
     typedef void (*ErrorHandler)(const _KivStError& error, void* userData);
@@ -188,6 +189,7 @@ public:
     // size rounded up to a multiple of PAGE_SIZE (down when up overflows).
     unsigned int alignToPageSize(unsigned int size) const;
 
+    // Installs the handler that receives the pool's errors (null: none).
     void setErrorHandler(ErrorHandler handler, void* userData);
 
     KivClMemoryPoolBlock* getFirstBlock() const { return firstBlock_; }

@@ -19,6 +19,22 @@
 // range). n is read like atol reads it (leading blanks and a sign accepted),
 // but only the digits directly after the "%" are consumed. Results are cut at
 // a limit (4096 characters for loaded messages) and always NUL-terminated.
+//
+// Failure policy: nothing here returns null or throws for a missing catalog
+// or message; only a long text's allocation can throw (the memory
+// manager's KivClExceptionFatal).
+//
+//   KivClMessageCatalog catalog(KivClFilename("/usr/share/app/app"));  // opens app.cat
+//   catalog.useStringTable(kivLibraryMessageTable, KIV_MSGTABLE_LIBRARY_COUNT);
+//   KivClMessage percent(catalog, 2, "x");   // no app.cat: from the table
+//   percent.getText();   // "Percent:% Arg1:x Arg2:??? ... Arg10:???"
+//   KivClMessage(catalog, 221).isLoaded();   // false: beyond the table; text
+//                        // "UNABLE TO LOAD MESSAGE CATALOG: /usr/share/app/app.cat"
+//
+// Warning: opening a catalog file sets the process locale from the
+// environment (setlocale(LC_ALL, "")), and to "C" when that fails. A name
+// without "/" is looked up along NLSPATH by catopen, not in the working
+// directory.
 #ifndef KIV_MSGCAT_HPP
 #define KIV_MSGCAT_HPP
 
@@ -32,6 +48,7 @@
 // every string table.
 constexpr const char* KIV_MSGTAB_SIGNATURE = "[KIV_MSGTAB_SIGNATURE]";
 
+// A message catalog file, with a caller's string table as its fallback.
 class KivClMessageCatalog : public KivClFile {
 public:
     // Opens name with its extension replaced by ".cat" (f.txt opens f.cat).
@@ -85,6 +102,8 @@ private:
     uint32_t stringTableCount_;
 };
 
+// One message loaded from a catalog, its variables filled in; the catalog
+// must outlive it.
 class KivClMessage {
 public:
     // Number of variables a message may use (%1 to %10).

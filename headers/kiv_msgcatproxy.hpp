@@ -31,6 +31,7 @@
 #include "kiv_filename.hpp"
 #include "kiv_msgcat.hpp"
 
+// A catalog behind a handle for the plain-function interface.
 class KivClMessageCatalogProxy {
 public:
     // Characters kept of a fetched text, terminator not counted.

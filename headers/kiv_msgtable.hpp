@@ -12,6 +12,14 @@
 // so that messages 0 to 220 are reachable. Message numbers are fixed; the
 // kivErrorGet...AsMessageId functions of kiv_error.hpp return numbers in this
 // table.
+//
+// Failure policy: a constant table; nothing fails. msgcat/kiv_library.msg
+// (installed as share/kiv/kiv_library.msg) holds the same texts as a gencat
+// message source, the starting point of a translation; a test keeps the two
+// equal.
+//
+//   kivLibraryMessageTable[3];     // "YES"
+//   kivLibraryMessageTable[150];   // "Trace Controller"
 #ifndef KIV_MSGTABLE_HPP
 #define KIV_MSGTABLE_HPP
 

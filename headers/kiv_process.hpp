@@ -10,6 +10,14 @@
 // Failures return false and leave the error of the last operation in the
 // object ({0, 0} after a success); nothing here throws except the memory
 // manager when memory is exhausted.
+//
+//   KivClExeFile shell(KivClFilename("sh"));   // found along PATH: "/usr/bin/sh"
+//   KivClNewSyncProcess run(shell);
+//   run.addArgument("-c");
+//   run.addArgument("exit 3");
+//   run.launch();          // true
+//   run.getResult();       // 3, the exit code
+//   KivClProcess(0).kill();   // false: 0 names no single process; nothing sent
 #ifndef KIV_PROCESS_HPP
 #define KIV_PROCESS_HPP
 
@@ -20,6 +28,7 @@
 
 class KivClExeFile;
 
+// A program to start, with the arguments collected for it.
 class KivClNewProcessABase {
 public:
     // The executable is not copied: it must outlive every launch. Its full
@@ -101,6 +110,7 @@ public:
     bool launch() override;
 };
 
+// A process id, the caller's own by default.
 class KivClProcessProperty {
 public:
     // The caller's own process id.
@@ -113,6 +123,7 @@ protected:
     uint32_t processId_;
 };
 
+// A process that can be sent SIGTERM.
 class KivClProcess : public KivClProcessProperty {
 public:
     // The caller's own process, error zero.

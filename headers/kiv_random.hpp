@@ -4,11 +4,19 @@
 // Results are produced 256 at a time by one ibaa() round and handed out from
 // the last to the first; the drawing operations are const because drawing
 // does not change the generator's observable identity, only its position.
+//
+// Failure policy: nothing here fails, allocates or throws.
+//
+//   KivClRandomNumberGenerator dice(42);   // the same seed, the same sequence
+//   dice.getRandomNumber(6);               // 5, then 4 (0 .. 6 inclusive)
+//   KivClRandomNumberGenerator seeded;      // seeded from the time of day
+//   seeded.getRandomNumber();               // any 32-bit value
 #ifndef KIV_RANDOM_HPP
 #define KIV_RANDOM_HPP
 
 #include <cstdint>
 
+// The IBAA generator with its state; not safe for concurrent drawing.
 class KivClRandomNumberGenerator {
 public:
     static constexpr unsigned STATE_WORDS = 256;

@@ -18,6 +18,7 @@
 
 #include <cstdint>
 
+// The portable name of a resource: kind prefix, key and instance.
 class KivClResourceKeyABase {
 public:
     enum { NAME_CAPACITY = 255 };

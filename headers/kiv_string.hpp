@@ -4,6 +4,16 @@
 // tolower of the current locale; none allocates or fails. Note the folding:
 // strcmpi compares upper-cased characters, strncmpi and memicmp lower-cased
 // ones, so the six characters between 'Z' and 'a' order differently.
+//
+//   char number[21];
+//   kivLtoa(-1234, number);                        // 5, number == "-1234"
+//   strcmpi("Hello", "HELLO");                     // 0
+//   kivStrFind("Hello World", "WORLD", true);      // points at "World"
+//   char key[8];
+//   kivStrCopyUntil(key, "key=value", '=', sizeof key);  // 3, key == "key"
+//
+// Warning: the conversions, the copies and strupr/strlwr overwrite the
+// caller's buffer.
 #ifndef KIV_STRING_HPP
 #define KIV_STRING_HPP
 

@@ -3,6 +3,15 @@
 // Sleep arguments are unsigned 32-bit and the conversions between units wrap
 // at 32 bits (kivSleepHours(1 << 28) sleeps 0 seconds). A sleep may end early
 // when a signal arrives; the return values say so as the system calls do.
+//
+// Failure policy: nothing here throws or allocates; the sleep functions pass
+// on what sleep() and select() return.
+//
+//   KivClTiming watch(true);         // running
+//   kivSleepMilliSeconds(20);        // 0
+//   watch.stop();                    // about 0.020 (seconds)
+//   watch.getTotal();                // the same, until the next init()
+//   KivClThreadProperty().getId();   // the caller's kernel thread id
 #ifndef KIV_TIMING_HPP
 #define KIV_TIMING_HPP
 

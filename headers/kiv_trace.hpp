@@ -45,6 +45,7 @@ struct _KivStTraceSettingsBlock {
     KivClTraceFilter filter;
 };
 
+// The trace settings block: flags and the recording filter.
 class KivClTraceSettings {
 public:
     static constexpr uint32_t SIGNATURE = 0x4B49;  // "KI"
@@ -91,6 +92,8 @@ private:
     _KivStTraceSettingsBlock ownBlock_;
 };
 
+// The trace configuration of a key read from its environment variables, with
+// the trace file name and the ring buffer size.
 class KivClTraceEnvironment {
 public:
     static constexpr uint32_t MAX_KEY_LENGTH = 24;
@@ -172,6 +175,7 @@ typedef void (*KivPfuTraceDumpCallBack)(void* userData, KivEnTraceDetail detail,
                                         const char* functionName, const char* message,
                                         const void* data, unsigned int length);
 
+// The process's one trace instance: environment, ring buffer and autosave.
 class KivClTraceInstance {
 public:
     // Creates the singleton (controller flag false or true) unless one

@@ -70,6 +70,7 @@ private:
     KivClResourceKeySemaphore& semaphore_;
 };
 
+// The ring of trace records in a caller's memory and its overflow hand-over.
 class KivClTraceBufferManager {
 public:
     static constexpr uint32_t HEADER_SIZE = sizeof(_KivStTraceBufferHeader);

@@ -93,6 +93,7 @@ static_assert(sizeof(_KivStTraceRecordHeader) == 20, "trace record header must s
 
 class KivClTraceEnvironment;
 
+// One trace record, built on the caller's stack.
 class KivClTraceEntry {
 public:
     static constexpr uint32_t HEADER_SIZE = sizeof(_KivStTraceRecordHeader);
@@ -113,6 +114,7 @@ public:
                     unsigned int length);
     virtual ~KivClTraceEntry();
 
+    // The data type bits of the record.
     KivEnTraceDataType getType() const;
     // Replaces the type bits and keeps the detail.
     void setType(KivEnTraceDataType type);

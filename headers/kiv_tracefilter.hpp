@@ -28,6 +28,7 @@
 
 #include "kiv_traceentry.hpp"
 
+// Detail level, component ids, process id and thread id that records must match.
 class KivClTraceFilter {
 public:
     static constexpr unsigned MAX_COMPONENT_ID = 255;

@@ -43,6 +43,7 @@
 class KivClMessageCatalog;
 class KivClMessage;
 
+// Reads a trace file and prints the records that pass its filter.
 class KivClTraceFormatter {
 public:
     // Message ids of the formatter's texts in the library message table.

@@ -21,11 +21,20 @@
 // strings (unbalanced brackets, a missing ">" or quote) are not reported;
 // they only give other depths or end the walk early. The string is not owned
 // and must outlive the cursor; a null string counts as the empty one.
+//
+//   KivClUsageCursor items("tool (-key <key>) [-v] [<file> ...]");
+//   items.setToFirst();   // true: on "-key" (isSwitch(), reqArg(): takes a value)
+//   items.setToNext();    // on "<key>", the placeholder of -key
+//   items.setToNext();    // on "-v" (isSwitch(), no value)
+//   items.setToNext();    // on "<file>"
+//   items.setToNext();    // on the last dot of "..." (isArgEllipsis())
+//   items.setToNext();    // false: the walk is over
 #ifndef KIV_USAGE_HPP
 #define KIV_USAGE_HPP
 
 #include "kiv_cursor.hpp"
 
+// Walks the items of a usage string; the string must outlive the cursor.
 class KivClUsageCursor : public KivClUniDirCursorABase {
 public:
     // The usage string a null usage stands for.
