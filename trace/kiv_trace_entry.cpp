@@ -165,23 +165,56 @@ uint32_t KivClTraceEntry::compressCString(unsigned char* destination, const char
                                           uint32_t limit) {
     if (limit == 0 || text == nullptr) return 0;
     const uint32_t limitBits = 8 * limit;
+    // The codes are gathered most significant bit first in an accumulator and
+    // stored a whole byte at a time, which gives the bytes compressWriteBits
+    // would produce code by code at a fraction of the work.
     uint32_t bit = 0;
-    for (const unsigned char* c = reinterpret_cast<const unsigned char*>(text); *c; ++c) {
+    uint32_t pending = 0;  // bits not yet stored, in the low pendingBits bits
+    uint32_t pendingBits = 0;
+    unsigned char* out = destination;
+    const unsigned char* c = reinterpret_cast<const unsigned char*>(text);
+    while (*c != '\0') {
+        // Four alphabet characters that leave a byte of the limit free make
+        // three whole bytes; the table's -1 for NUL stops the look-ahead at
+        // the terminator.
+        if (bit + 4 * CODE_BITS <= limitBits - 8) {
+            const int32_t a = gs_aiCompressIdxTable[c[0]];
+            const int32_t b = a >= 0 ? gs_aiCompressIdxTable[c[1]] : -1;
+            const int32_t d = b >= 0 ? gs_aiCompressIdxTable[c[2]] : -1;
+            const int32_t e = d >= 0 ? gs_aiCompressIdxTable[c[3]] : -1;
+            if (e >= 0) {
+                pending = (pending << (4 * CODE_BITS)) |
+                          static_cast<uint32_t>(a << 18 | b << 12 | d << 6 | e);
+                out[0] = static_cast<unsigned char>(pending >> (pendingBits + 16));
+                out[1] = static_cast<unsigned char>(pending >> (pendingBits + 8));
+                out[2] = static_cast<unsigned char>(pending >> pendingBits);
+                out += 3;
+                c += 4;
+                bit += 4 * CODE_BITS;
+                continue;
+            }
+        }
         const int32_t code = gs_aiCompressIdxTable[*c];
         if (code >= 0) {
-            compressWriteBits(destination, bit, static_cast<uint32_t>(code), CODE_BITS);
+            pending = (pending << CODE_BITS) | static_cast<uint32_t>(code);
+            pendingBits += CODE_BITS;
             bit += CODE_BITS;
         } else {
             if (bit + ESCAPED_BITS > limitBits) break;
-            compressWriteBits(destination, bit, ESCAPE_CODE, CODE_BITS);
-            compressWriteBits(destination, bit + CODE_BITS, *c, 8);
+            pending = (pending << ESCAPED_BITS) | (ESCAPE_CODE << 8) | *c;
+            pendingBits += ESCAPED_BITS;
             bit += ESCAPED_BITS;
+        }
+        ++c;
+        while (pendingBits >= 8) {
+            pendingBits -= 8;
+            *out++ = static_cast<unsigned char>(pending >> pendingBits);
         }
         if (bit > limitBits - 8) break;
     }
-    if (bit % 8 != 0) {
-        const uint32_t fill = 8 - bit % 8;
-        compressWriteBits(destination, bit, (1u << fill) - 1, fill);
+    if (pendingBits != 0) {
+        const uint32_t fill = 8 - pendingBits;
+        *out = static_cast<unsigned char>((pending << fill) | ((1u << fill) - 1));
         bit += fill;
     }
     return bit / 8;
