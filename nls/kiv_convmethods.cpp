@@ -102,12 +102,34 @@ unsigned int copyUnits(State& state, bool swap) {
     return count;
 }
 
+// From this many bytes on, a single-byte conversion first builds a host-order
+// copy of its table with the line-end mapping applied, so that each byte
+// costs one lookup and one store; shorter inputs use the table as it is.
+constexpr unsigned int kLocalTableMinimum = 512;
+
 template <bool kEbcdic>
 unsigned int convertSingleByte(State& state) {
     const uint16_t* table = static_cast<const uint16_t*>(state.converter->getTable());
     const unsigned int count = bytesThatFit(state, 1);
     const unsigned char* source = reinterpret_cast<const unsigned char*>(*state.source);
     char* target = state.target;
+    if (count >= kLocalTableMinimum) {
+        uint16_t local[256];
+        for (unsigned int byte = 0; byte < 256; ++byte) {
+            const uint16_t unit = kivUcs2FromTable(table[byte]);
+            local[byte] = kEbcdic && unit == kNextLine ? kLineFeed : unit;
+        }
+        unsigned int i = 0;
+        for (; i + 4 <= count; i += 4) {
+            putUnit(target + 2 * i, local[source[i]]);
+            putUnit(target + 2 * i + 2, local[source[i + 1]]);
+            putUnit(target + 2 * i + 4, local[source[i + 2]]);
+            putUnit(target + 2 * i + 6, local[source[i + 3]]);
+        }
+        for (; i < count; ++i) putUnit(target + 2 * i, local[source[i]]);
+        *state.source += count;
+        return 2 * count;
+    }
     for (unsigned int i = 0; i < count; ++i) {
         uint16_t unit = kivUcs2FromTable(table[source[i]]);
         if (kEbcdic) unit = unit == kNextLine ? kLineFeed : unit;

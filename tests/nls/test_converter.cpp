@@ -123,6 +123,38 @@ TEST(SingleByteTables, AsciiAndEbcdic) {
     check(pc, {{"box drawing", "\xC9\x41", 4, units({0x2554, 0x41}), 2, OK}});
 }
 
+// Long inputs take a faster loop; it must give what converting the same
+// bytes one at a time gives, stop where the target ends and say so.
+TEST(SingleByteTables, LongInputsMatchByteByByte) {
+    std::string every;
+    for (int round = 0; round < 24; ++round) {
+        for (int b = 0; b < 256; ++b) every += static_cast<char>((b * 7 + round) & 0xFF);
+    }
+    struct Row {
+        unsigned int ccsid;
+        size_t length;
+        unsigned int targetSize;  // 0: room for the whole input
+        size_t consumed;
+        uint32_t errorId;
+    } rows[] = {
+        {37, 511, 0, 511, OK},     {37, 512, 0, 512, OK},       {37, 515, 0, 515, OK},
+        {850, 4099, 0, 4099, OK},  {1252, 6144, 0, 6144, OK},   {37, 4096, 2051, 1025, TOO_BIG},
+        {850, 4096, 1030, 515, TOO_BIG},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.ccsid << " length " << row.length << " target " << row.targetSize);
+        const KivClCodePage2UnicodeConverter converter{KivClCCSID(row.ccsid)};
+        const std::string input = every.substr(0, row.length);
+        std::string expected;
+        for (size_t i = 0; i < row.consumed; ++i) expected += run(converter, input.substr(i, 1), 2).out;
+        const unsigned int targetSize = row.targetSize != 0 ? row.targetSize : static_cast<unsigned int>(2 * row.length);
+        const Result whole = run(converter, input, targetSize);
+        EXPECT_EQ(whole.out, expected);
+        EXPECT_EQ(whole.consumed, row.consumed);
+        EXPECT_EQ(whole.errorId, row.errorId);
+    }
+}
+
 TEST(DoubleByteTables, EbcdicShiftStates) {
     KivClCodePage2UnicodeConverter c(KivClCCSID(930));
     ASSERT_EQ(c.getMethod(), &kivConvertByTablesDBCS_EBCDICtoUCS2);
