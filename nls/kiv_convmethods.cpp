@@ -296,16 +296,24 @@ unsigned int kivConvertByAlgorithmUCS2to819(KivClConverterABase::_KivStConverter
     return units;
 }
 
-unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverter& state) {
-    if (state.sourceSize == 0) return 0;
+namespace {
+
+// kRoomKnown: the caller made sure that the target holds two bytes for
+// every source byte, the most any sequence needs, so no unit is checked
+// for room.
+template <bool kRoomKnown>
+unsigned int utf8ToUcs2(State& state) {
     const unsigned char* in = reinterpret_cast<const unsigned char*>(*state.source);
     const unsigned char* const end = in + state.sourceSize;
     const unsigned int capacity = state.targetSize & ~1u;
     unsigned int out = 0;
+    unsigned int asciiRun = 0;  // ASCII bytes just converted one by one
     while (in < end) {
         if (*in < 0x80) {
-            // Runs of ASCII go eight bytes at a time, single ASCII bytes directly.
-            if (end - in >= 8 && capacity - out >= 16) {
+            // Runs of ASCII go eight bytes at a time once eight single ones
+            // suggest a run (in mixed text a failing attempt costs more than
+            // it saves), single ASCII bytes directly.
+            if (asciiRun >= 8 && end - in >= 8 && (kRoomKnown || capacity - out >= 16)) {
                 uint64_t word;
                 memcpy(&word, in, sizeof word);
                 if ((word & 0x8080808080808080ull) == 0) {
@@ -314,8 +322,10 @@ unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverte
                     out += 16;
                     continue;
                 }
+                asciiRun = 0;
             }
-            if (capacity - out < 2) {
+            ++asciiRun;
+            if (!kRoomKnown && capacity - out < 2) {
                 ++in;
                 tooBig(state);
                 break;
@@ -324,14 +334,20 @@ unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverte
             out += 2;
             continue;
         }
+        asciiRun = 0;
         const unsigned int trailing = kTrailingBytes[*in];
         if (static_cast<size_t>(end - in) <= trailing) {
             incomplete(state);
             break;
         }
-        const uint32_t value = decodeUtf8(in, trailing);
+        // The two- and three-byte forms, by far the most frequent, are
+        // decoded inline with the same arithmetic as decodeUtf8.
+        const uint32_t value = trailing == 1   ? (static_cast<uint32_t>(in[0]) << 6) + in[1] - kOffsets[1]
+                               : trailing == 2 ? (static_cast<uint32_t>(in[0]) << 12) +
+                                                     (static_cast<uint32_t>(in[1]) << 6) + in[2] - kOffsets[2]
+                                               : decodeUtf8(in, trailing);
         in += trailing + 1;
-        if (capacity - out < 2) {
+        if (!kRoomKnown && capacity - out < 2) {
             tooBig(state);
             break;
         }
@@ -342,7 +358,7 @@ unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverte
             putUnit(state.target + out, static_cast<uint16_t>(kReplacementCharacter));
             out += 2;
         } else {
-            if (capacity - out < 4) {
+            if (!kRoomKnown && capacity - out < 4) {
                 tooBig(state);
                 break;
             }
@@ -355,21 +371,39 @@ unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverte
     return out;
 }
 
-unsigned int kivConvertByAlgorithmUCS2toUTF8(KivClConverterABase::_KivStConverter& state) {
-    if ((state.sourceSize & 1u) != 0) incomplete(state);
-    if (state.sourceSize < 2) return 0;
+}  // namespace
+
+unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverter& state) {
+    if (state.sourceSize == 0) return 0;
+    const bool roomKnown = state.targetSize / 2 >= state.sourceSize;
+    return roomKnown ? utf8ToUcs2<true>(state) : utf8ToUcs2<false>(state);
+}
+
+namespace {
+
+// kRoomKnown: the caller made sure that the target holds three bytes for
+// every source unit, the most any unit needs (a surrogate pair gives four
+// bytes for two units), so no unit is checked for room.
+template <bool kRoomKnown>
+unsigned int ucs2ToUtf8(State& state) {
     const char* source = *state.source;
     const unsigned int units = state.sourceSize / 2;
     unsigned char* target = reinterpret_cast<unsigned char*>(state.target);
     const unsigned int capacity = state.targetSize;
     unsigned int i = 0;
     unsigned int out = 0;
+    unsigned int asciiRun = 0;  // ASCII units just converted one by one
     while (i < units) {
-        // Runs of ASCII go four units at a time.
-        while (units - i >= 4 && capacity - out >= 4) {
+        // Runs of ASCII go four units at a time, once four single ones
+        // suggest a run: in mixed text a failing attempt would cost more
+        // than it saves.
+        while (asciiRun >= 4 && units - i >= 4 && (kRoomKnown || capacity - out >= 4)) {
             const uint16_t a = getUnit(source + 2 * i), b = getUnit(source + 2 * i + 2);
             const uint16_t c = getUnit(source + 2 * i + 4), d = getUnit(source + 2 * i + 6);
-            if (((a | b | c | d) & 0xFF80u) != 0) break;
+            if (((a | b | c | d) & 0xFF80u) != 0) {
+                asciiRun = 0;
+                break;
+            }
             target[out] = static_cast<unsigned char>(a);
             target[out + 1] = static_cast<unsigned char>(b);
             target[out + 2] = static_cast<unsigned char>(c);
@@ -381,11 +415,28 @@ unsigned int kivConvertByAlgorithmUCS2toUTF8(KivClConverterABase::_KivStConverte
         const uint32_t unit = getUnit(source + 2 * i);
         if (unit < 0x80u) {
             ++i;
-            if (out >= capacity) {
+            if (!kRoomKnown && out >= capacity) {
                 tooBig(state);
                 break;
             }
             target[out++] = static_cast<unsigned char>(unit);
+            ++asciiRun;
+            continue;
+        }
+        asciiRun = 0;
+        // Units below the surrogates need no checks and have fixed lengths.
+        if (unit < 0xD800u && (kRoomKnown || capacity - out >= 3)) {
+            if (unit < 0x800u) {
+                target[out] = static_cast<unsigned char>(0xC0u | (unit >> 6));
+                target[out + 1] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
+                out += 2;
+            } else {
+                target[out] = static_cast<unsigned char>(0xE0u | (unit >> 12));
+                target[out + 1] = static_cast<unsigned char>(0x80u | ((unit >> 6) & 0x3Fu));
+                target[out + 2] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
+                out += 3;
+            }
+            ++i;
             continue;
         }
         unsigned int consumed = 1;
@@ -404,7 +455,7 @@ unsigned int kivConvertByAlgorithmUCS2toUTF8(KivClConverterABase::_KivStConverte
             codePoint = kNonCharacter;
         }
         const unsigned int length = codePoint < 0x80u ? 1 : codePoint < 0x800u ? 2 : codePoint < 0x10000u ? 3 : 4;
-        if (capacity - out < length) {
+        if (!kRoomKnown && capacity - out < length) {
             tooBig(state);
             i += consumed;
             break;
@@ -434,6 +485,15 @@ unsigned int kivConvertByAlgorithmUCS2toUTF8(KivClConverterABase::_KivStConverte
     }
     *state.source += 2 * i;
     return out;
+}
+
+}  // namespace
+
+unsigned int kivConvertByAlgorithmUCS2toUTF8(KivClConverterABase::_KivStConverter& state) {
+    if ((state.sourceSize & 1u) != 0) incomplete(state);
+    if (state.sourceSize < 2) return 0;
+    const bool roomKnown = state.targetSize / 3 >= state.sourceSize / 2;
+    return roomKnown ? ucs2ToUtf8<true>(state) : ucs2ToUtf8<false>(state);
 }
 
 unsigned int kivConvertByUsingIconv(KivClConverterABase::_KivStConverter& state) {
