@@ -94,6 +94,39 @@ TEST(Ucs2ToUtf8, Units) {
     });
 }
 
+// Targets with room for the worst case skip the per-character room checks;
+// a target of exactly the output's size must give the same bytes, and one
+// byte less must stop with TOO_BIG after a prefix of them.
+TEST(Utf8Algorithms, AmpleAndExactTargetsAgree) {
+    const std::string ascii(40, 'a');
+    const std::string texts[] = {
+        ascii,
+        ascii + "\xC3\xA9" + ascii + "\xE2\x82\xAC" + ascii.substr(0, 7),
+        "a\xC3\xA9" "bc\xE2\x82\xAC" "d\xF0\x9F\x98\x80" "efghijklmnop\xC3\xA9\xC3\xA9",
+        "\xED\xA0\x80xyz\xF4\x90\x80\x80" + ascii.substr(0, 9) + "\xFD\x80\x80\x80\x80\x80",
+    };
+    const KivClCodePage2UnicodeConverter decoder{KivClCCSID(1208)};
+    const KivClUnicode2CodePageConverter encoder{KivClCCSID(1208)};
+    for (const std::string& text : texts) {
+        SCOPED_TRACE(text);
+        for (const KivClConverterABase* converter : {static_cast<const KivClConverterABase*>(&decoder),
+                                                     static_cast<const KivClConverterABase*>(&encoder)}) {
+            const std::string input = converter == &decoder ? text : run(decoder, text, 4 * text.size()).out;
+            const Result ample = run(*converter, input, static_cast<unsigned int>(4 * input.size()));
+            ASSERT_EQ(ample.errorId, OK);
+            ASSERT_EQ(ample.consumed, input.size());
+            const unsigned int exact = static_cast<unsigned int>(ample.out.size());
+            const Result fitted = run(*converter, input, exact);
+            EXPECT_EQ(fitted.out, ample.out);
+            EXPECT_EQ(fitted.errorId, OK);
+            const Result tight = run(*converter, input, exact - 1);
+            EXPECT_EQ(tight.errorId, TOO_BIG);
+            EXPECT_EQ(tight.out, ample.out.substr(0, tight.out.size()));
+            EXPECT_GE(tight.out.size() + 4, exact - 1);
+        }
+    }
+}
+
 TEST(Ucs2Copies, CopyAndSwap) {
     KivClCodePage2UnicodeConverter little(KivClCCSID(65501));
     KivClCodePage2UnicodeConverter big(KivClCCSID(65500));
