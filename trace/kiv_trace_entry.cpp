@@ -222,19 +222,49 @@ uint32_t KivClTraceEntry::compressCString(unsigned char* destination, const char
 
 uint32_t KivClTraceEntry::deCompressCString(char* destination, const unsigned char* source,
                                             uint32_t sourceBytes) {
-    const uint32_t totalBits = 8 * sourceBytes;
-    uint32_t bit = 0;
+    // Source bytes are taken into an accumulator as the codes need them,
+    // which reads the same bits as deCompressReadBits at each position.
+    uint32_t remaining = 8 * sourceBytes;  // bits not yet decoded
+    uint32_t pending = 0;                  // loaded bits not yet decoded, in the low pendingBits bits
+    uint32_t pendingBits = 0;
+    const unsigned char* in = source;
     uint32_t count = 0;
-    while (totalBits - bit >= CODE_BITS) {
-        const uint32_t code = deCompressReadBits(source, bit, CODE_BITS);
-        bit += CODE_BITS;
+    while (remaining >= CODE_BITS) {
+        // Three more bytes complete four codes; without an escape among them
+        // they are four characters at once.
+        if (remaining - pendingBits >= 24) {
+            const uint32_t window = (pending << 24) | static_cast<uint32_t>(in[0]) << 16 |
+                                    static_cast<uint32_t>(in[1]) << 8 | in[2];
+            const uint32_t codes = window >> pendingBits;
+            const uint32_t a = (codes >> 18) & 0x3Fu, b = (codes >> 12) & 0x3Fu;
+            const uint32_t c = (codes >> 6) & 0x3Fu, d = codes & 0x3Fu;
+            if (a != ESCAPE_CODE && b != ESCAPE_CODE && c != ESCAPE_CODE && d != ESCAPE_CODE) {
+                destination[count] = gs_szCompressCharSet[a];
+                destination[count + 1] = gs_szCompressCharSet[b];
+                destination[count + 2] = gs_szCompressCharSet[c];
+                destination[count + 3] = gs_szCompressCharSet[d];
+                count += 4;
+                pending = window;
+                in += 3;
+                remaining -= 24;
+                continue;
+            }
+        }
+        if (pendingBits < CODE_BITS) {
+            pending = (pending << 8) | *in++;
+            pendingBits += 8;
+        }
+        pendingBits -= CODE_BITS;
+        const uint32_t code = (pending >> pendingBits) & 0x3Fu;
+        remaining -= CODE_BITS;
         if (code < ESCAPE_CODE) {
             destination[count++] = gs_szCompressCharSet[code];
             continue;
         }
-        if (totalBits - bit < 8) break;  // a fill of one-bits, not an escape
-        destination[count++] = static_cast<char>(deCompressReadBits(source, bit, 8));
-        bit += 8;
+        if (remaining < 8) break;  // a fill of one-bits, not an escape
+        pending = (pending << 8) | *in++;
+        destination[count++] = static_cast<char>(pending >> pendingBits);
+        remaining -= 8;
     }
     destination[count] = '\0';
     return count;

@@ -166,7 +166,10 @@ bool KivClTraceFormatter::formatEntry(std::istream& input, const char* formatStr
             continue;
         }
         if (*p != '%') {
-            out << *p;
+            // Literal text up to the next variable or escape goes out in one write.
+            const char* literal = p;
+            while (p[1] != '\0' && p[1] != '%' && p[1] != '\\') ++p;
+            out.write(literal, p + 1 - literal);
             continue;
         }
         ++p;

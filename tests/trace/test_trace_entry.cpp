@@ -109,6 +109,34 @@ TEST(TraceCompression, MatchesCodeByCodePacking) {
     }
 }
 
+// The decoder must read any bytes, not only the encoder's, exactly as
+// reading each code with deCompressReadBits does.
+TEST(TraceCompression, DecoderMatchesCodeByCodeReading) {
+    std::mt19937 random(1302);
+    for (int round = 0; round < 3000; ++round) {
+        std::vector<unsigned char> packed(random() % 256);
+        for (unsigned char& byte : packed) byte = static_cast<unsigned char>(round % 3 ? random() : random() | 0xFC);
+        packed.push_back(0);  // room for the reader's look-ahead byte
+        const uint32_t size = static_cast<uint32_t>(packed.size() - 1);
+        std::string expected;
+        for (uint32_t bit = 0; 8 * size - bit >= 6;) {
+            const uint32_t code = KivClTraceEntry::deCompressReadBits(packed.data(), bit, 6);
+            bit += 6;
+            if (code < 63) {
+                expected += kAlphabet[code];
+                continue;
+            }
+            if (8 * size - bit < 8) break;
+            expected += static_cast<char>(KivClTraceEntry::deCompressReadBits(packed.data(), bit, 8));
+            bit += 8;
+        }
+        char text[KivClTraceEntry::MAX_DECOMPRESSED_LENGTH + 1];
+        const uint32_t count = KivClTraceEntry::deCompressCString(text, packed.data(), size);
+        ASSERT_EQ(std::string(text, count), expected) << round;
+        ASSERT_EQ(text[count], '\0');
+    }
+}
+
 TEST(TraceCompression, BitPackingAcrossBytes) {
     unsigned char buffer[3] = {0xFF, 0xFF, 0x5A};
     KivClTraceEntry::compressWriteBits(buffer, 0, 0x05, 3);  // aligned: assigns the byte
