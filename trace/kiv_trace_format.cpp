@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <locale>
 
 #include "kiv_dump.hpp"
 #include "kiv_exception.hpp"
@@ -70,6 +71,31 @@ void readExactly(std::istream& input, void* destination, uint32_t length, const 
 }
 
 bool isPrintable(unsigned char c) { return c >= 0x20 && c <= 0x7E; }
+
+// True when out prints numbers plainly: decimal, no sign, no base prefix,
+// no width and the classic locale (no digit grouping).
+bool printsPlainNumbers(const std::ostream& out) {
+    const std::ios::fmtflags shown = out.flags() & (std::ios::basefield | std::ios::showpos | std::ios::showbase);
+    return (shown == std::ios::dec || shown == std::ios::fmtflags{}) && out.width() == 0 &&
+           out.getloc() == std::locale::classic();
+}
+
+// Writes value in decimal. On a stream that prints numbers plainly the
+// digits are made here and written at once, which spares the stream's number
+// formatting; any other stream formats the value with its own settings.
+void printNumber(std::ostream& out, uint32_t value, bool plain) {
+    if (!plain) {
+        out << value;
+        return;
+    }
+    char digits[10];
+    unsigned int start = sizeof digits;
+    do {
+        digits[--start] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    } while (value != 0);
+    out.write(digits + start, static_cast<std::streamsize>(sizeof digits - start));
+}
 
 }  // namespace
 
@@ -152,6 +178,7 @@ bool KivClTraceFormatter::formatEntry(std::istream& input, const char* formatStr
     if (printName) kivStrCopyUntil(lastFunctionName, name, '\0', FUNCTION_NAME_BUFFER);
 
     std::ostream& out = *output_;
+    const bool plain = printsPlainNumbers(out);
     bool dataPrinted = false;
     for (const char* p = formatString ? formatString : ""; *p; ++p) {
         if (input.eof()) failEof(MODULE_FORMAT_EOF);
@@ -182,10 +209,10 @@ bool KivClTraceFormatter::formatEntry(std::istream& input, const char* formatStr
             out << (detail ? detail : "");
             break;
         }
-        case 's': out << header.timeStamp; break;
-        case 'c': out << static_cast<unsigned>(header.componentId); break;
-        case 'p': out << header.processId; break;
-        case 't': out << header.threadId; break;
+        case 's': printNumber(out, header.timeStamp, plain); break;
+        case 'c': printNumber(out, header.componentId, plain); break;
+        case 'p': printNumber(out, header.processId, plain); break;
+        case 't': printNumber(out, header.threadId, plain); break;
         case 'f':
             if (printName) displayBuffer(name, entry.getFunctionNameLength());
             break;
@@ -211,7 +238,9 @@ void KivClTraceFormatter::printTypeName(const KivClTraceFileEntry& entry, const 
     out << name;
     const KivEnTraceDataType type = entry.getType();
     if (type != KIV_TRACE_TYPE_DATA && type != KIV_TRACE_TYPE_DATA_CLIPPED) return;
-    out << " (" << entry.getDataLength() << ' ' << getMessage(MSG_BYTES) << ')';
+    out << " (";
+    printNumber(out, entry.getDataLength(), printsPlainNumbers(out));
+    out << ' ' << getMessage(MSG_BYTES) << ')';
     if (type == KIV_TRACE_TYPE_DATA_CLIPPED) out << getMessage(MSG_CLIPPED);
 }
 

@@ -52,27 +52,38 @@ void renderBin(unsigned char byte, char* out) {
     for (int bit = 0; bit < 8; ++bit) out[bit] = (byte & (0x80 >> bit)) ? '1' : '0';
 }
 
+// Room for the columns area of either line kind: digits and a blank per
+// column, the middle blank, "| " and one character per column.
+constexpr unsigned kAreaRoom = 96;
+static_assert(KivClStrepHexDump::BYTES_PER_LINE * 4 + 3 <= kAreaRoom, "hex area");
+static_assert(KivClStrepBinDump::BYTES_PER_LINE * 10 + 3 <= kAreaRoom, "binary area");
+
+// The area is composed in a local buffer and appended once, which cuts it
+// at capacity exactly as appending it piece by piece would.
 void appendColumns(char* line, unsigned& length, unsigned capacity, const LineShape& shape,
                    const void* data, unsigned long count) {
     const unsigned char* bytes = static_cast<const unsigned char*>(data);
     unsigned used = (data == nullptr) ? 0 : static_cast<unsigned>(count < shape.columns ? count : shape.columns);
-    char cell[9];
+    char area[kAreaRoom];
+    unsigned n = 0;
     for (unsigned column = 0; column < shape.columns; ++column) {
         if (column < used) {
-            shape.render(bytes[column], cell);
+            shape.render(bytes[column], area + n);
         } else {
-            std::memset(cell, '_', shape.digits);
+            std::memset(area + n, '_', shape.digits);
         }
-        cell[shape.digits] = ' ';
-        appendLine(line, length, capacity, cell, shape.digits + 1);
-        if (column + 1 == shape.columns / 2) appendLine(line, length, capacity, " ", 1);
+        n += shape.digits;
+        area[n++] = ' ';
+        if (column + 1 == shape.columns / 2) area[n++] = ' ';
     }
-    appendLine(line, length, capacity, "| ", 2);
+    area[n++] = '|';
+    area[n++] = ' ';
     for (unsigned column = 0; column < shape.columns; ++column) {
         char ch = '_';
         if (column < used) ch = isPrintable(bytes[column]) ? static_cast<char>(bytes[column]) : '.';
-        appendLine(line, length, capacity, &ch, 1);
+        area[n++] = ch;
     }
+    appendLine(line, length, capacity, area, n);
 }
 
 const LineShape kHexShape = {KivClStrepHexDump::BYTES_PER_LINE, 2, renderHex};

@@ -2,6 +2,7 @@
 // fatal exceptions for damaged files.
 #include <gtest/gtest.h>
 
+#include <locale>
 #include <set>
 #include <sstream>
 
@@ -102,6 +103,37 @@ TEST_F(TraceFormatTest, FormatVariablesAndEscapes) {
     for (const Row& row : rows) {
         // A second record checks that each format leaves the input at the next record.
         EXPECT_EQ(formatRecords({r, r}, row.format), std::string(row.text) + row.text) << row.format;
+    }
+}
+
+namespace {
+
+// Groups digits by three with a comma, whatever the machine's locales.
+struct Thousands : std::numpunct<char> {
+    char do_thousands_sep() const override { return ','; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+}  // namespace
+
+// Numbers come out in plain decimal on an ordinary stream, and with the
+// stream's own base and digit grouping when the caller has set them.
+TEST_F(TraceFormatTest, NumbersFollowTheStreamSettings) {
+    const RawRecord r{KIV_TRACE_TYPE_DATA, "m", "f", std::string(18, 'x'), 1, 255, 4000000000u, 123456, 0};
+    struct Row {
+        void (*configure)(std::ostream&);
+        const char* text;
+    } rows[] = {
+        {[](std::ostream&) {}, "4000000000|255|123456|0|DA (18 Bytes)"},
+        {[](std::ostream& out) { out << std::hex; }, "ee6b2800|ff|1e240|0|DA (12 Bytes)"},
+        {[](std::ostream& out) { out.imbue(std::locale(std::locale::classic(), new Thousands)); },
+         "4,000,000,000|255|123,456|0|DA (18 Bytes)"},
+    };
+    for (const Row& row : rows) {
+        out_.flags(std::ios::dec);
+        out_.imbue(std::locale::classic());
+        row.configure(out_);
+        EXPECT_EQ(formatRecords({r}, "%s|%c|%p|%t|%x"), row.text);
     }
 }
 
