@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <dlfcn.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -106,6 +107,34 @@ TEST_F(MemoryManager, UserHooksAreUsedAndNullIsNotFreed) {
     void* zeroed = kivCalloc(3, 5);
     EXPECT_EQ(gLastSize, 15u);
     kivFree(zeroed);
+}
+
+// Callers that reach kivMalloc and kivFree by name get the library's
+// exported copies, which follow the installed hooks like the inline forms.
+TEST_F(MemoryManager, ExportedCopiesFollowTheHooks) {
+    using Malloc = void* (*)(size_t);
+    using Free = void (*)(void*);
+    const auto namedMalloc = reinterpret_cast<Malloc>(dlsym(RTLD_DEFAULT, "kivMalloc"));
+    const auto namedFree = reinterpret_cast<Free>(dlsym(RTLD_DEFAULT, "kivFree"));
+    ASSERT_NE(namedMalloc, nullptr);
+    ASSERT_NE(namedFree, nullptr);
+
+    void* system = namedMalloc(24);
+    EXPECT_NE(system, nullptr);
+    namedFree(system);
+
+    kivSetNewMemoryManager(countingAllocator, countingReallocator, countingDeallocator);
+    void* block = namedMalloc(40);
+    EXPECT_EQ(gAllocations, 1);
+    EXPECT_EQ(gLastSize, 40u);
+    namedFree(block);
+    namedFree(nullptr);
+    EXPECT_EQ(gDeallocations, 1);
+
+    kivSetNewMemoryManager(failingAllocator, nullptr, countingDeallocator);
+    expectRow(expectFatal([&] { namedMalloc(8); }), KIV_ERRID_MEMMGR_USER_OUT_OF_MEMORY,
+              KIV_ERRCLASS_OUT_OF_MEMORY, KIV_ACTION_TERMINATE, KivClMemoryManager::ALLOC_MODULE,
+              KivClMemoryManager::ALLOC_LINE);
 }
 
 TEST_F(MemoryManager, OutOfMemoryRowsForUserAndRuntimeAllocators) {
