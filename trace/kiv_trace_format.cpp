@@ -72,6 +72,42 @@ void readExactly(std::istream& input, void* destination, uint32_t length, const 
 
 bool isPrintable(unsigned char c) { return c >= 0x20 && c <= 0x7E; }
 
+// True when writing to out needs none of the stream's per-call work: it is
+// good, tied to no other stream, not unit-buffered and has no field width
+// pending. Text then goes straight into its buffer, where write() and <<
+// would put it after their checks.
+bool writesDirectly(const std::ostream& out) {
+    return out.good() && out.tie() == nullptr && (out.flags() & std::ios::unitbuf) == 0 && out.width() == 0;
+}
+
+// Writes count characters of text unformatted, as out.write() does.
+void emit(std::ostream& out, const char* text, size_t count) {
+    const std::streamsize length = static_cast<std::streamsize>(count);
+    if (!writesDirectly(out)) {
+        out.write(text, length);
+    } else if (out.rdbuf()->sputn(text, length) != length) {
+        out.setstate(std::ios::badbit);
+    }
+}
+
+// Writes text as out << text does (a null text sets badbit).
+void emit(std::ostream& out, const char* text) {
+    if (text != nullptr && writesDirectly(out)) {
+        emit(out, text, strlen(text));
+    } else {
+        out << text;
+    }
+}
+
+// Writes one character as out << c does.
+void emit(std::ostream& out, char c) {
+    if (!writesDirectly(out)) {
+        out << c;
+    } else if (out.rdbuf()->sputc(c) == std::char_traits<char>::eof()) {
+        out.setstate(std::ios::badbit);
+    }
+}
+
 // True when out prints numbers plainly: decimal, no sign, no base prefix,
 // no width and the classic locale (no digit grouping).
 bool printsPlainNumbers(const std::ostream& out) {
@@ -94,7 +130,7 @@ void printNumber(std::ostream& out, uint32_t value, bool plain) {
         digits[--start] = static_cast<char>('0' + value % 10);
         value /= 10;
     } while (value != 0);
-    out.write(digits + start, static_cast<std::streamsize>(sizeof digits - start));
+    emit(out, digits + start, sizeof digits - start);
 }
 
 }  // namespace
@@ -188,7 +224,7 @@ bool KivClTraceFormatter::formatEntry(std::istream& input, const char* formatStr
             if (*p == 'n') {
                 printLineBreak();
             } else {
-                out << (*p == 't' ? '\t' : *p);
+                emit(out, *p == 't' ? '\t' : *p);
             }
             continue;
         }
@@ -196,17 +232,17 @@ bool KivClTraceFormatter::formatEntry(std::istream& input, const char* formatStr
             // Literal text up to the next variable or escape goes out in one write.
             const char* literal = p;
             while (p[1] != '\0' && p[1] != '%' && p[1] != '\\') ++p;
-            out.write(literal, p + 1 - literal);
+            emit(out, literal, static_cast<size_t>(p + 1 - literal));
             continue;
         }
         ++p;
         switch (*p) {
-        case '\0': out << '%'; return finishEntry(input, header.dataLength, dataPrinted);
+        case '\0': emit(out, '%'); return finishEntry(input, header.dataLength, dataPrinted);
         case 'x': printTypeName(entry, getTypeAsShortCString(type)); break;
         case 'X': printTypeName(entry, getTypeAsLongCString(type)); break;
         case 'l': {
             const char* detail = KivClTraceFilter::getDetailAsCString(entry.getDetail());
-            out << (detail ? detail : "");
+            emit(out, detail ? detail : "");
             break;
         }
         case 's': printNumber(out, header.timeStamp, plain); break;
@@ -222,7 +258,7 @@ bool KivClTraceFormatter::formatEntry(std::istream& input, const char* formatStr
             dataPrinted = true;
             break;
         case 'n': printLineBreak(); break;
-        default: out << '%'; break;  // "%%" and unknown variables
+        default: emit(out, '%'); break;  // "%%" and unknown variables
         }
     }
     return finishEntry(input, header.dataLength, dataPrinted);
@@ -235,17 +271,19 @@ bool KivClTraceFormatter::finishEntry(std::istream& input, uint32_t dataLength, 
 
 void KivClTraceFormatter::printTypeName(const KivClTraceFileEntry& entry, const char* name) {
     std::ostream& out = *output_;
-    out << name;
+    emit(out, name);
     const KivEnTraceDataType type = entry.getType();
     if (type != KIV_TRACE_TYPE_DATA && type != KIV_TRACE_TYPE_DATA_CLIPPED) return;
-    out << " (";
+    emit(out, " (");
     printNumber(out, entry.getDataLength(), printsPlainNumbers(out));
-    out << ' ' << getMessage(MSG_BYTES) << ')';
-    if (type == KIV_TRACE_TYPE_DATA_CLIPPED) out << getMessage(MSG_CLIPPED);
+    emit(out, ' ');
+    emit(out, getMessage(MSG_BYTES));
+    emit(out, ')');
+    if (type == KIV_TRACE_TYPE_DATA_CLIPPED) emit(out, getMessage(MSG_CLIPPED));
 }
 
 void KivClTraceFormatter::printLineBreak() {
-    *output_ << '\n';
+    emit(*output_, '\n');
     displayIndent();
 }
 
@@ -255,7 +293,7 @@ void KivClTraceFormatter::displayIndent() {
 }
 
 void KivClTraceFormatter::displayBuffer(const char* text, uint32_t length) {
-    output_->write(text, length);
+    emit(*output_, text, length);
 }
 
 void KivClTraceFormatter::skipEntry(std::istream& input, uint32_t length) {
@@ -357,7 +395,7 @@ void KivClTraceFormatter::formatCString(std::istream& input, uint32_t length) {
 void KivClTraceFormatter::formatHexDump(std::istream& input, uint32_t length) {
     if (length == 0) return;
     std::ostream& out = *output_;
-    out << '\n';
+    emit(out, '\n');
     unsigned char bytes[KivClStrepHexDump::BYTES_PER_LINE];
     for (uint32_t offset = 0; offset < length; offset += KivClStrepHexDump::BYTES_PER_LINE) {
         const uint32_t count = length - offset < KivClStrepHexDump::BYTES_PER_LINE
@@ -365,8 +403,8 @@ void KivClTraceFormatter::formatHexDump(std::istream& input, uint32_t length) {
                                    : KivClStrepHexDump::BYTES_PER_LINE;
         readExactly(input, bytes, count, MODULE_HEXDUMP_EOF);
         displayIndent();
-        out << KivClStrepHexDump(offset, bytes, count).getAsCString();
-        if (count == KivClStrepHexDump::BYTES_PER_LINE) out << '\n';
+        emit(out, KivClStrepHexDump(offset, bytes, count).getAsCString());
+        if (count == KivClStrepHexDump::BYTES_PER_LINE) emit(out, '\n');
     }
 }
 

@@ -137,6 +137,36 @@ TEST_F(TraceFormatTest, NumbersFollowTheStreamSettings) {
     }
 }
 
+// Text goes straight into an ordinary stream's buffer; a tied or
+// unit-buffered stream gets the same text through its own checks, and a
+// stream that has failed gets nothing.
+TEST_F(TraceFormatTest, EveryKindOfStreamGetsTheSameText) {
+    const std::vector<RawRecord> records = {
+        {KIV_TRACE_TYPE_DATA, "blob", "main", "ABCDEFGHIJKLMNOPQR", 2, 3, 7, 100, 1},
+        {KIV_TRACE_TYPE_CSTRING, "text", "main", "hi", 3, 255, 8, 100, 1}};
+    vars_.set("DETAIL", "HIGH");
+    const std::string plain = formatRecords(records, nullptr);
+    ASSERT_FALSE(plain.empty());
+    std::ostringstream other;
+    struct Row {
+        const char* what;
+        void (*configure)(std::ostringstream&, std::ostream&);
+        bool written;
+    } rows[] = {
+        {"tied", [](std::ostringstream& out, std::ostream& tie) { out.tie(&tie); }, true},
+        {"unit-buffered", [](std::ostringstream& out, std::ostream&) { out << std::unitbuf; }, true},
+        {"failed", [](std::ostringstream& out, std::ostream&) { out.setstate(std::ios::failbit); }, false},
+    };
+    for (const Row& row : rows) {
+        out_.clear();
+        out_.tie(nullptr);
+        out_ << std::nounitbuf;
+        row.configure(out_, other);
+        EXPECT_EQ(formatRecords(records, nullptr), row.written ? plain : "") << row.what;
+    }
+    out_.clear();
+}
+
 TEST_F(TraceFormatTest, NestingIndentationFunctionNamesAndHex) {
     const std::vector<RawRecord> records = {
         {KIV_TRACE_TYPE_FUNCTION_ENTRY, "", "main", bytesOf<int32_t>(1), 0},
