@@ -309,6 +309,52 @@ unsigned int utf8ToUcs2(State& state) {
     unsigned int out = 0;
     unsigned int asciiRun = 0;  // ASCII bytes just converted one by one
     while (in < end) {
+        if (kRoomKnown) {
+            // ASCII and whole two- and three-byte sequences that decode to
+            // one unit need, with room known, no checks: one tight loop
+            // takes them up to anything else, which the rules below handle.
+            char* to = state.target + out;
+            while (in != end) {
+                const uint32_t lead = *in;
+                if (lead < 0x80) {
+                    if (asciiRun >= 8 && end - in >= 8) {
+                        uint64_t word;
+                        memcpy(&word, in, sizeof word);
+                        if ((word & 0x8080808080808080ull) == 0) {
+                            for (unsigned int k = 0; k < 8; ++k) putUnit(to + 2 * k, in[k]);
+                            in += 8;
+                            to += 16;
+                            continue;
+                        }
+                        asciiRun = 0;
+                    }
+                    ++asciiRun;
+                    putUnit(to, static_cast<uint16_t>(lead));
+                    to += 2;
+                    ++in;
+                    continue;
+                }
+                asciiRun = 0;
+                // Lead bytes 0xC0 to 0xDF have one trailing byte, 0xE0 to
+                // 0xEF two; the arithmetic is decodeUtf8's.
+                uint32_t value;
+                if (lead - 0xC0u < 0x20u && end - in >= 2) {
+                    value = (lead << 6) + in[1] - kOffsets[1];
+                    if (value > 0xFFFFu) break;
+                    in += 2;
+                } else if (lead - 0xE0u < 0x10u && end - in >= 3) {
+                    value = (lead << 12) + (static_cast<uint32_t>(in[1]) << 6) + in[2] - kOffsets[2];
+                    if (value > 0xFFFFu) break;
+                    in += 3;
+                } else {
+                    break;
+                }
+                putUnit(to, static_cast<uint16_t>(value));
+                to += 2;
+            }
+            out = static_cast<unsigned int>(to - state.target);
+            if (in == end) break;
+        }
         if (*in < 0x80) {
             // Runs of ASCII go eight bytes at a time once eight single ones
             // suggest a run (in mixed text a failing attempt costs more than
@@ -394,6 +440,34 @@ unsigned int ucs2ToUtf8(State& state) {
     unsigned int out = 0;
     unsigned int asciiRun = 0;  // ASCII units just converted one by one
     while (i < units) {
+        if (kRoomKnown) {
+            // Units below the surrogates have fixed lengths and, with room
+            // known, need no checks: one tight loop takes them up to the
+            // next surrogate or non-character, which the rules below handle.
+            const char* in = source + 2 * i;
+            const char* const end = source + 2 * units;
+            unsigned char* to = target + out;
+            for (; in != end; in += 2) {
+                const uint32_t unit = getUnit(in);
+                if (unit < 0x80u) {
+                    *to++ = static_cast<unsigned char>(unit);
+                } else if (unit < 0x800u) {
+                    to[0] = static_cast<unsigned char>(0xC0u | (unit >> 6));
+                    to[1] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
+                    to += 2;
+                } else if (unit < 0xD800u) {
+                    to[0] = static_cast<unsigned char>(0xE0u | (unit >> 12));
+                    to[1] = static_cast<unsigned char>(0x80u | ((unit >> 6) & 0x3Fu));
+                    to[2] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
+                    to += 3;
+                } else {
+                    break;
+                }
+            }
+            i = static_cast<unsigned int>((in - source) / 2);
+            out = static_cast<unsigned int>(to - target);
+            if (i >= units) break;
+        }
         // Runs of ASCII go four units at a time, once four single ones
         // suggest a run: in mixed text a failing attempt would cost more
         // than it saves.

@@ -104,6 +104,7 @@ TEST(Utf8Algorithms, AmpleAndExactTargetsAgree) {
         ascii + "\xC3\xA9" + ascii + "\xE2\x82\xAC" + ascii.substr(0, 7),
         "a\xC3\xA9" "bc\xE2\x82\xAC" "d\xF0\x9F\x98\x80" "efghijklmnop\xC3\xA9\xC3\xA9",
         "\xED\xA0\x80xyz\xF4\x90\x80\x80" + ascii.substr(0, 9) + "\xFD\x80\x80\x80\x80\x80",
+        "ab\xC3\x41" "cd\xC1\x01" "ef\xE0\x01\x01" "gh\xEF\xFF\xFF" + ascii.substr(0, 12),  // odd trailing bytes
     };
     const KivClCodePage2UnicodeConverter decoder{KivClCCSID(1208)};
     const KivClUnicode2CodePageConverter encoder{KivClCCSID(1208)};
