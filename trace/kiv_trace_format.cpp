@@ -231,7 +231,7 @@ bool KivClTraceFormatter::formatEntry(std::istream& input, const char* formatStr
         if (*p != '%') {
             // Literal text up to the next variable or escape goes out in one write.
             const char* literal = p;
-            while (p[1] != '\0' && p[1] != '%' && p[1] != '\\') ++p;
+            p += strcspn(p + 1, "%\\");
             emit(out, literal, static_cast<size_t>(p + 1 - literal));
             continue;
         }
