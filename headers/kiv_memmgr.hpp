@@ -84,13 +84,13 @@ inline void* kivMalloc(size_t size) {
     void* block = nullptr;
     if (size <= UINT32_MAX) {
         const KivPfuAllocator allocator = KivClMemoryManager::cv_pfuAllocatorCallback;
-        block = allocator == &KivClMemoryManager::systemAllocator
+        block = __builtin_expect(allocator == &KivClMemoryManager::systemAllocator, 1)
                     ? std::malloc(size)
                     : allocator(static_cast<unsigned int>(size));
     }
     // A request that does not fit the 32-bit hook size is reported with the
     // largest size, so that it reads as out of memory and never as zero size.
-    if (block == nullptr) {
+    if (__builtin_expect(block == nullptr, 0)) {
         KivClMemoryManager::outOfMemory(KivClMemoryManager::ALLOC_MODULE, KivClMemoryManager::ALLOC_LINE,
                                         size <= UINT32_MAX ? static_cast<unsigned int>(size) : UINT32_MAX);
     }
@@ -104,7 +104,7 @@ void* kivRealloc(void* pointer, size_t size);
 inline void kivFree(void* pointer) {
     if (pointer == nullptr) return;
     const KivPfuDeallocator deallocator = KivClMemoryManager::cv_pfuDeallocatorCallback;
-    if (deallocator == &KivClMemoryManager::systemDeallocator) {
+    if (__builtin_expect(deallocator == &KivClMemoryManager::systemDeallocator, 1)) {
         std::free(pointer);
     } else {
         deallocator(pointer);
