@@ -456,7 +456,7 @@ unsigned int ucs2ToUtf8(State& state) {
                     to[0] = static_cast<unsigned char>(0xC0u | (unit >> 6));
                     to[1] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
                     to += 2;
-                } else if (unit < 0xD800u) {
+                } else if (__builtin_expect(unit < 0xD800u, 1)) {
                     to[0] = static_cast<unsigned char>(0xE0u | (unit >> 12));
                     to[1] = static_cast<unsigned char>(0x80u | ((unit >> 6) & 0x3Fu));
                     to[2] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
