@@ -22,26 +22,6 @@ KivPfuReallocator KivClMemoryManager::cv_pfuReallocatorCallback =
 KivPfuDeallocator KivClMemoryManager::cv_pfuDeallocatorCallback =
     &KivClMemoryManager::systemDeallocator;
 
-namespace {
-
-void* allocateOrThrow(uint64_t size) {
-    // A request that does not fit the 32-bit hook size is reported with the
-    // largest size, so that it reads as out of memory and never as zero size.
-    if (size > UINT32_MAX) {
-        KivClMemoryManager::outOfMemory(KivClMemoryManager::ALLOC_MODULE,
-                                        KivClMemoryManager::ALLOC_LINE, UINT32_MAX);
-    }
-    void* block = KivClMemoryManager::cv_pfuAllocatorCallback(static_cast<unsigned int>(size));
-    if (block == nullptr) {
-        KivClMemoryManager::outOfMemory(KivClMemoryManager::ALLOC_MODULE,
-                                        KivClMemoryManager::ALLOC_LINE,
-                                        static_cast<unsigned int>(size));
-    }
-    return block;
-}
-
-}  // namespace
-
 void* kivGrowBlock(void* block, size_t keptBytes, size_t newSize) {
     void* grown = kivMalloc(newSize);
     if (keptBytes > 0) std::memcpy(grown, block, keptBytes);
@@ -98,14 +78,20 @@ bool KivClMemoryManager::setNewMemoryManager(KivPfuAllocator allocator,
     return true;
 }
 
-extern "C" void* kivMalloc(size_t size) { return allocateOrThrow(size); }
+// Taking their addresses keeps out-of-line copies of the inline kivMalloc
+// and kivFree in the library, exported under their plain names.
+namespace {
+__attribute__((used)) void* (*const gs_pfuExportedMalloc)(size_t) = &kivMalloc;
+__attribute__((used)) void (*const gs_pfuExportedFree)(void*) = &kivFree;
+}  // namespace
 
 extern "C" void* kivCalloc(size_t count, size_t size) {
     // Refuse a product that does not fit instead of wrapping around to a
     // small block the caller would overrun.
     const bool overflows = size != 0 && count > UINT64_MAX / size;
     const uint64_t bytes = overflows ? UINT64_MAX : static_cast<uint64_t>(count) * size;
-    void* block = allocateOrThrow(bytes);
+    static_assert(sizeof(size_t) >= sizeof(uint64_t), "every product reaches kivMalloc whole");
+    void* block = kivMalloc(static_cast<size_t>(bytes));
     std::memset(block, 0, static_cast<size_t>(bytes));
     return block;
 }
@@ -118,8 +104,6 @@ extern "C" void* kivRealloc(void* pointer, size_t size) {
     }
     return KivClMemoryManager::realloc(pointer, static_cast<unsigned int>(size));
 }
-
-extern "C" void kivFree(void* pointer) { KivClMemoryManager::free(pointer); }
 
 extern "C" bool kivSetNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,
                                        KivPfuDeallocator deallocator) {

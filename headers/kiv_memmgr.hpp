@@ -24,6 +24,8 @@
 #define KIV_MEMMGR_HPP
 
 #include <cstddef>
+#include <cstdint>
+#include <cstdlib>
 
 #include "kiv_exception.hpp"
 
@@ -77,11 +79,38 @@ public:
 extern "C" {
 
 // Allocates size bytes; never returns null (throws KivClExceptionFatal).
-void* kivMalloc(size_t size);
+// Defined here so that, with the default hooks, a call costs the system
+// malloc and two tests; the library also exports it by name.
+inline void* kivMalloc(size_t size) {
+    void* block = nullptr;
+    if (size <= UINT32_MAX) {
+        const KivPfuAllocator allocator = KivClMemoryManager::cv_pfuAllocatorCallback;
+        block = __builtin_expect(allocator == &KivClMemoryManager::systemAllocator, 1)
+                    ? std::malloc(size)
+                    : allocator(static_cast<unsigned int>(size));
+    }
+    // A request that does not fit the 32-bit hook size is reported with the
+    // largest size, so that it reads as out of memory and never as zero size.
+    if (__builtin_expect(block == nullptr, 0)) {
+        KivClMemoryManager::outOfMemory(KivClMemoryManager::ALLOC_MODULE, KivClMemoryManager::ALLOC_LINE,
+                                        size <= UINT32_MAX ? static_cast<unsigned int>(size) : UINT32_MAX);
+    }
+    return block;
+}
 // Allocates count*size zeroed bytes; a product over 32 bits is refused.
 void* kivCalloc(size_t count, size_t size);
 void* kivRealloc(void* pointer, size_t size);
-void kivFree(void* pointer);
+// Frees through the deallocator hook; null is ignored. Defined here like
+// kivMalloc, and exported by name as well.
+inline void kivFree(void* pointer) {
+    if (pointer == nullptr) return;
+    const KivPfuDeallocator deallocator = KivClMemoryManager::cv_pfuDeallocatorCallback;
+    if (__builtin_expect(deallocator == &KivClMemoryManager::systemDeallocator, 1)) {
+        std::free(pointer);
+    } else {
+        deallocator(pointer);
+    }
+}
 bool kivSetNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,
                             KivPfuDeallocator deallocator);
 

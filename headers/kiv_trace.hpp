@@ -250,8 +250,14 @@ extern "C" {
 
 KivClTraceInstance* kivTraceCreateInstance(const char* key, const char* instanceName);
 void kivTraceDeleteInstance();
-// True while an instance is enabled; as cheap as reading one pointer.
-bool kivTraceIsEnabled();
+// The enabled instance, null while tracing is disabled. Only the instance's
+// enable() and disable() change it; callers read it through
+// kivTraceIsEnabled() or KivClTraceInstance_getInstance().
+extern KivClTraceInstance* gs_pclKivTraceInstance;
+// True while an instance is enabled. Defined here so that the test compiles
+// into the caller as one load and one compare; the library also exports it
+// as a plain function for callers that reach it by name.
+inline bool kivTraceIsEnabled() { return gs_pclKivTraceInstance != nullptr; }
 // Records one call on the enabled instance; types 1 and 2 are function
 // entry and exit. Requires kivTraceIsEnabled().
 void kivTraceDump(KivEnTraceDetail detail, unsigned short componentId, KivEnTraceDataType type,

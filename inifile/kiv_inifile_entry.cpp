@@ -42,7 +42,11 @@ bool KivClIniFileOption::appendValue(const char* more, const char* comment) {
 }
 
 void KivClIniFileOption::clear() {
-    compose("", "", nullptr, "");
+    // What compose("", "", nullptr, "") leaves, without composing: every
+    // new option starts here, and the loader composes it right after.
+    storage_[0] = storage_[1] = storage_[2] = '\0';
+    value_ = storage_ + 1;
+    comment_ = storage_ + 2;
 }
 
 KivClIniFileSection::KivClIniFileSection(const char* name) : next_(nullptr), firstOption_(nullptr) {

@@ -55,6 +55,8 @@ public:
 private:
     void put(char ch);
     void putText(const char* text);
+    // Appends count characters of text (none of them NUL) as put would.
+    void putRun(const char* text, size_t count);
     // Handles the element at text and returns the position after it.
     const char* parseQuotedCharacter(const char* text);
     const char* parseQuotedString(const char* text);
@@ -81,7 +83,11 @@ ValueParser::ValueParser(const char* text) {
         } else if (pos[0] == '$' && pos[1] == '(' && (close = std::strchr(pos + 2, ')')) != nullptr) {
             pos = parseReference(pos, close);
         } else {
-            put(*pos++);
+            // This character and the plain ones after it, up to the next
+            // quote, reference, comment or the end, are copied as one run.
+            const size_t run = 1 + std::strcspn(pos + 1, "'\";$");
+            putRun(pos, run);
+            pos += run;
         }
     }
     trimTrailingBlanks();
@@ -99,6 +105,17 @@ void ValueParser::put(char ch) {
     } else {
         cut_ = true;
     }
+    value_[length_] = '\0';
+}
+
+void ValueParser::putRun(const char* text, size_t count) {
+    const size_t room = VALUE_CAPACITY - 1 - length_;
+    if (count > room) {
+        count = room;
+        cut_ = true;
+    }
+    std::memcpy(value_ + length_, text, count);
+    length_ += count;
     value_[length_] = '\0';
 }
 

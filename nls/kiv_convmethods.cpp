@@ -102,12 +102,34 @@ unsigned int copyUnits(State& state, bool swap) {
     return count;
 }
 
+// From this many bytes on, a single-byte conversion first builds a host-order
+// copy of its table with the line-end mapping applied, so that each byte
+// costs one lookup and one store; shorter inputs use the table as it is.
+constexpr unsigned int kLocalTableMinimum = 512;
+
 template <bool kEbcdic>
 unsigned int convertSingleByte(State& state) {
     const uint16_t* table = static_cast<const uint16_t*>(state.converter->getTable());
     const unsigned int count = bytesThatFit(state, 1);
     const unsigned char* source = reinterpret_cast<const unsigned char*>(*state.source);
     char* target = state.target;
+    if (count >= kLocalTableMinimum) {
+        uint16_t local[256];
+        for (unsigned int byte = 0; byte < 256; ++byte) {
+            const uint16_t unit = kivUcs2FromTable(table[byte]);
+            local[byte] = kEbcdic && unit == kNextLine ? kLineFeed : unit;
+        }
+        unsigned int i = 0;
+        for (; i + 4 <= count; i += 4) {
+            putUnit(target + 2 * i, local[source[i]]);
+            putUnit(target + 2 * i + 2, local[source[i + 1]]);
+            putUnit(target + 2 * i + 4, local[source[i + 2]]);
+            putUnit(target + 2 * i + 6, local[source[i + 3]]);
+        }
+        for (; i < count; ++i) putUnit(target + 2 * i, local[source[i]]);
+        *state.source += count;
+        return 2 * count;
+    }
     for (unsigned int i = 0; i < count; ++i) {
         uint16_t unit = kivUcs2FromTable(table[source[i]]);
         if (kEbcdic) unit = unit == kNextLine ? kLineFeed : unit;
@@ -274,16 +296,71 @@ unsigned int kivConvertByAlgorithmUCS2to819(KivClConverterABase::_KivStConverter
     return units;
 }
 
-unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverter& state) {
-    if (state.sourceSize == 0) return 0;
+namespace {
+
+// kRoomKnown: the caller made sure that the target holds two bytes for
+// every source byte, the most any sequence needs, so no unit is checked
+// for room.
+template <bool kRoomKnown>
+unsigned int utf8ToUcs2(State& state) {
     const unsigned char* in = reinterpret_cast<const unsigned char*>(*state.source);
     const unsigned char* const end = in + state.sourceSize;
     const unsigned int capacity = state.targetSize & ~1u;
     unsigned int out = 0;
+    unsigned int asciiRun = 0;  // ASCII bytes just converted one by one
     while (in < end) {
+        if (kRoomKnown) {
+            // ASCII and whole two- and three-byte sequences that decode to
+            // one unit need, with room known, no checks: one tight loop
+            // takes them up to anything else, which the rules below handle.
+            char* to = state.target + out;
+            while (in != end) {
+                const uint32_t lead = *in;
+                if (lead < 0x80) {
+                    // Rare per character: taken once per eight bytes inside a run.
+                    if (__builtin_expect(asciiRun >= 8, 0) && end - in >= 8) {
+                        uint64_t word;
+                        memcpy(&word, in, sizeof word);
+                        if ((word & 0x8080808080808080ull) == 0) {
+                            for (unsigned int k = 0; k < 8; ++k) putUnit(to + 2 * k, in[k]);
+                            in += 8;
+                            to += 16;
+                            continue;
+                        }
+                        asciiRun = 0;
+                    }
+                    ++asciiRun;
+                    putUnit(to, static_cast<uint16_t>(lead));
+                    to += 2;
+                    ++in;
+                    continue;
+                }
+                asciiRun = 0;
+                // Lead bytes 0xC0 to 0xDF have one trailing byte, 0xE0 to
+                // 0xEF two; the arithmetic is decodeUtf8's.
+                uint32_t value;
+                if (lead - 0xC0u < 0x20u && end - in >= 2) {
+                    value = (lead << 6) + in[1] - kOffsets[1];
+                    if (value > 0xFFFFu) break;
+                    in += 2;
+                } else if (lead - 0xE0u < 0x10u && end - in >= 3) {
+                    value = (lead << 12) + (static_cast<uint32_t>(in[1]) << 6) + in[2] - kOffsets[2];
+                    if (value > 0xFFFFu) break;
+                    in += 3;
+                } else {
+                    break;
+                }
+                putUnit(to, static_cast<uint16_t>(value));
+                to += 2;
+            }
+            out = static_cast<unsigned int>(to - state.target);
+            if (in == end) break;
+        }
         if (*in < 0x80) {
-            // Runs of ASCII go eight bytes at a time, single ASCII bytes directly.
-            if (end - in >= 8 && capacity - out >= 16) {
+            // Runs of ASCII go eight bytes at a time once eight single ones
+            // suggest a run (in mixed text a failing attempt costs more than
+            // it saves), single ASCII bytes directly.
+            if (asciiRun >= 8 && end - in >= 8 && (kRoomKnown || capacity - out >= 16)) {
                 uint64_t word;
                 memcpy(&word, in, sizeof word);
                 if ((word & 0x8080808080808080ull) == 0) {
@@ -292,8 +369,10 @@ unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverte
                     out += 16;
                     continue;
                 }
+                asciiRun = 0;
             }
-            if (capacity - out < 2) {
+            ++asciiRun;
+            if (!kRoomKnown && capacity - out < 2) {
                 ++in;
                 tooBig(state);
                 break;
@@ -302,14 +381,20 @@ unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverte
             out += 2;
             continue;
         }
+        asciiRun = 0;
         const unsigned int trailing = kTrailingBytes[*in];
         if (static_cast<size_t>(end - in) <= trailing) {
             incomplete(state);
             break;
         }
-        const uint32_t value = decodeUtf8(in, trailing);
+        // The two- and three-byte forms, by far the most frequent, are
+        // decoded inline with the same arithmetic as decodeUtf8.
+        const uint32_t value = trailing == 1   ? (static_cast<uint32_t>(in[0]) << 6) + in[1] - kOffsets[1]
+                               : trailing == 2 ? (static_cast<uint32_t>(in[0]) << 12) +
+                                                     (static_cast<uint32_t>(in[1]) << 6) + in[2] - kOffsets[2]
+                                               : decodeUtf8(in, trailing);
         in += trailing + 1;
-        if (capacity - out < 2) {
+        if (!kRoomKnown && capacity - out < 2) {
             tooBig(state);
             break;
         }
@@ -320,7 +405,7 @@ unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverte
             putUnit(state.target + out, static_cast<uint16_t>(kReplacementCharacter));
             out += 2;
         } else {
-            if (capacity - out < 4) {
+            if (!kRoomKnown && capacity - out < 4) {
                 tooBig(state);
                 break;
             }
@@ -333,21 +418,67 @@ unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverte
     return out;
 }
 
-unsigned int kivConvertByAlgorithmUCS2toUTF8(KivClConverterABase::_KivStConverter& state) {
-    if ((state.sourceSize & 1u) != 0) incomplete(state);
-    if (state.sourceSize < 2) return 0;
+}  // namespace
+
+unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverter& state) {
+    if (state.sourceSize == 0) return 0;
+    const bool roomKnown = state.targetSize / 2 >= state.sourceSize;
+    return roomKnown ? utf8ToUcs2<true>(state) : utf8ToUcs2<false>(state);
+}
+
+namespace {
+
+// kRoomKnown: the caller made sure that the target holds three bytes for
+// every source unit, the most any unit needs (a surrogate pair gives four
+// bytes for two units), so no unit is checked for room.
+template <bool kRoomKnown>
+unsigned int ucs2ToUtf8(State& state) {
     const char* source = *state.source;
     const unsigned int units = state.sourceSize / 2;
     unsigned char* target = reinterpret_cast<unsigned char*>(state.target);
     const unsigned int capacity = state.targetSize;
     unsigned int i = 0;
     unsigned int out = 0;
+    unsigned int asciiRun = 0;  // ASCII units just converted one by one
     while (i < units) {
-        // Runs of ASCII go four units at a time.
-        while (units - i >= 4 && capacity - out >= 4) {
+        if (kRoomKnown) {
+            // Units below the surrogates have fixed lengths and, with room
+            // known, need no checks: one tight loop takes them up to the
+            // next surrogate or non-character, which the rules below handle.
+            const char* in = source + 2 * i;
+            const char* const end = source + 2 * units;
+            unsigned char* to = target + out;
+            for (; in != end; in += 2) {
+                const uint32_t unit = getUnit(in);
+                if (unit < 0x80u) {
+                    *to++ = static_cast<unsigned char>(unit);
+                } else if (unit < 0x800u) {
+                    to[0] = static_cast<unsigned char>(0xC0u | (unit >> 6));
+                    to[1] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
+                    to += 2;
+                } else if (__builtin_expect(unit < 0xD800u, 1)) {
+                    to[0] = static_cast<unsigned char>(0xE0u | (unit >> 12));
+                    to[1] = static_cast<unsigned char>(0x80u | ((unit >> 6) & 0x3Fu));
+                    to[2] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
+                    to += 3;
+                } else {
+                    break;
+                }
+            }
+            i = static_cast<unsigned int>((in - source) / 2);
+            out = static_cast<unsigned int>(to - target);
+            if (i >= units) break;
+        }
+        // Runs of ASCII go four units at a time, once four single ones
+        // suggest a run: in mixed text a failing attempt would cost more
+        // than it saves.
+        while (asciiRun >= 4 && units - i >= 4 && (kRoomKnown || capacity - out >= 4)) {
             const uint16_t a = getUnit(source + 2 * i), b = getUnit(source + 2 * i + 2);
             const uint16_t c = getUnit(source + 2 * i + 4), d = getUnit(source + 2 * i + 6);
-            if (((a | b | c | d) & 0xFF80u) != 0) break;
+            if (((a | b | c | d) & 0xFF80u) != 0) {
+                asciiRun = 0;
+                break;
+            }
             target[out] = static_cast<unsigned char>(a);
             target[out + 1] = static_cast<unsigned char>(b);
             target[out + 2] = static_cast<unsigned char>(c);
@@ -359,11 +490,28 @@ unsigned int kivConvertByAlgorithmUCS2toUTF8(KivClConverterABase::_KivStConverte
         const uint32_t unit = getUnit(source + 2 * i);
         if (unit < 0x80u) {
             ++i;
-            if (out >= capacity) {
+            if (!kRoomKnown && out >= capacity) {
                 tooBig(state);
                 break;
             }
             target[out++] = static_cast<unsigned char>(unit);
+            ++asciiRun;
+            continue;
+        }
+        asciiRun = 0;
+        // Units below the surrogates need no checks and have fixed lengths.
+        if (unit < 0xD800u && (kRoomKnown || capacity - out >= 3)) {
+            if (unit < 0x800u) {
+                target[out] = static_cast<unsigned char>(0xC0u | (unit >> 6));
+                target[out + 1] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
+                out += 2;
+            } else {
+                target[out] = static_cast<unsigned char>(0xE0u | (unit >> 12));
+                target[out + 1] = static_cast<unsigned char>(0x80u | ((unit >> 6) & 0x3Fu));
+                target[out + 2] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
+                out += 3;
+            }
+            ++i;
             continue;
         }
         unsigned int consumed = 1;
@@ -382,7 +530,7 @@ unsigned int kivConvertByAlgorithmUCS2toUTF8(KivClConverterABase::_KivStConverte
             codePoint = kNonCharacter;
         }
         const unsigned int length = codePoint < 0x80u ? 1 : codePoint < 0x800u ? 2 : codePoint < 0x10000u ? 3 : 4;
-        if (capacity - out < length) {
+        if (!kRoomKnown && capacity - out < length) {
             tooBig(state);
             i += consumed;
             break;
@@ -412,6 +560,15 @@ unsigned int kivConvertByAlgorithmUCS2toUTF8(KivClConverterABase::_KivStConverte
     }
     *state.source += 2 * i;
     return out;
+}
+
+}  // namespace
+
+unsigned int kivConvertByAlgorithmUCS2toUTF8(KivClConverterABase::_KivStConverter& state) {
+    if ((state.sourceSize & 1u) != 0) incomplete(state);
+    if (state.sourceSize < 2) return 0;
+    const bool roomKnown = state.targetSize / 3 >= state.sourceSize / 2;
+    return roomKnown ? ucs2ToUtf8<true>(state) : ucs2ToUtf8<false>(state);
 }
 
 unsigned int kivConvertByUsingIconv(KivClConverterABase::_KivStConverter& state) {

@@ -3,7 +3,7 @@
 # Extra package names given as arguments are installed the same way.
 set -euo pipefail
 
-packages=(cmake ninja-build g++ make pkg-config libc-dev-bin libicu-dev libgtest-dev libgmock-dev libbenchmark-dev "$@")
+packages=(cmake ninja-build g++ make pkg-config libc-dev-bin libicu-dev libgtest-dev libgmock-dev libbenchmark-dev libspdlog-dev libinih-dev "$@")
 missing=()
 for pkg in "${packages[@]}"; do
   if ! dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q "install ok installed"; then

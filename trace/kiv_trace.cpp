@@ -15,7 +15,9 @@
 #include "foundation/kiv_memobject.hpp"
 
 // The enabled instance: non-null exactly while tracing is enabled.
+extern "C" {
 KivClTraceInstance* gs_pclKivTraceInstance = nullptr;
+}
 KivClTraceInstance* KivClTraceInstance::cv_pclSingletonInstance = nullptr;
 
 KivClTraceAutomaticInstanceDestructor gs_clKivClTraceAutomaticInstanceDestructor;
@@ -269,7 +271,11 @@ KivClTraceInstance* kivTraceCreateInstance(const char* key, const char* instance
 
 void kivTraceDeleteInstance() { KivClTraceInstance::deleteInstance(); }
 
-bool kivTraceIsEnabled() { return gs_pclKivTraceInstance != nullptr; }
+// Taking the address keeps an out-of-line copy of the inline
+// kivTraceIsEnabled in the library, exported under its plain name.
+namespace {
+__attribute__((used)) bool (*const gs_pfuExportedIsEnabled)() = &kivTraceIsEnabled;
+}  // namespace
 
 void kivTraceDump(KivEnTraceDetail detail, unsigned short componentId, KivEnTraceDataType type,
                   const char* functionName, const char* message, const void* data,

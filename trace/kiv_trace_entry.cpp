@@ -165,23 +165,56 @@ uint32_t KivClTraceEntry::compressCString(unsigned char* destination, const char
                                           uint32_t limit) {
     if (limit == 0 || text == nullptr) return 0;
     const uint32_t limitBits = 8 * limit;
+    // The codes are gathered most significant bit first in an accumulator and
+    // stored a whole byte at a time, which gives the bytes compressWriteBits
+    // would produce code by code at a fraction of the work.
     uint32_t bit = 0;
-    for (const unsigned char* c = reinterpret_cast<const unsigned char*>(text); *c; ++c) {
+    uint32_t pending = 0;  // bits not yet stored, in the low pendingBits bits
+    uint32_t pendingBits = 0;
+    unsigned char* out = destination;
+    const unsigned char* c = reinterpret_cast<const unsigned char*>(text);
+    while (*c != '\0') {
+        // Four alphabet characters that leave a byte of the limit free make
+        // three whole bytes; the table's -1 for NUL stops the look-ahead at
+        // the terminator.
+        if (bit + 4 * CODE_BITS <= limitBits - 8) {
+            const int32_t a = gs_aiCompressIdxTable[c[0]];
+            const int32_t b = a >= 0 ? gs_aiCompressIdxTable[c[1]] : -1;
+            const int32_t d = b >= 0 ? gs_aiCompressIdxTable[c[2]] : -1;
+            const int32_t e = d >= 0 ? gs_aiCompressIdxTable[c[3]] : -1;
+            if (e >= 0) {
+                pending = (pending << (4 * CODE_BITS)) |
+                          static_cast<uint32_t>(a << 18 | b << 12 | d << 6 | e);
+                out[0] = static_cast<unsigned char>(pending >> (pendingBits + 16));
+                out[1] = static_cast<unsigned char>(pending >> (pendingBits + 8));
+                out[2] = static_cast<unsigned char>(pending >> pendingBits);
+                out += 3;
+                c += 4;
+                bit += 4 * CODE_BITS;
+                continue;
+            }
+        }
         const int32_t code = gs_aiCompressIdxTable[*c];
         if (code >= 0) {
-            compressWriteBits(destination, bit, static_cast<uint32_t>(code), CODE_BITS);
+            pending = (pending << CODE_BITS) | static_cast<uint32_t>(code);
+            pendingBits += CODE_BITS;
             bit += CODE_BITS;
         } else {
             if (bit + ESCAPED_BITS > limitBits) break;
-            compressWriteBits(destination, bit, ESCAPE_CODE, CODE_BITS);
-            compressWriteBits(destination, bit + CODE_BITS, *c, 8);
+            pending = (pending << ESCAPED_BITS) | (ESCAPE_CODE << 8) | *c;
+            pendingBits += ESCAPED_BITS;
             bit += ESCAPED_BITS;
+        }
+        ++c;
+        while (pendingBits >= 8) {
+            pendingBits -= 8;
+            *out++ = static_cast<unsigned char>(pending >> pendingBits);
         }
         if (bit > limitBits - 8) break;
     }
-    if (bit % 8 != 0) {
-        const uint32_t fill = 8 - bit % 8;
-        compressWriteBits(destination, bit, (1u << fill) - 1, fill);
+    if (pendingBits != 0) {
+        const uint32_t fill = 8 - pendingBits;
+        *out = static_cast<unsigned char>((pending << fill) | ((1u << fill) - 1));
         bit += fill;
     }
     return bit / 8;
@@ -189,19 +222,49 @@ uint32_t KivClTraceEntry::compressCString(unsigned char* destination, const char
 
 uint32_t KivClTraceEntry::deCompressCString(char* destination, const unsigned char* source,
                                             uint32_t sourceBytes) {
-    const uint32_t totalBits = 8 * sourceBytes;
-    uint32_t bit = 0;
+    // Source bytes are taken into an accumulator as the codes need them,
+    // which reads the same bits as deCompressReadBits at each position.
+    uint32_t remaining = 8 * sourceBytes;  // bits not yet decoded
+    uint32_t pending = 0;                  // loaded bits not yet decoded, in the low pendingBits bits
+    uint32_t pendingBits = 0;
+    const unsigned char* in = source;
     uint32_t count = 0;
-    while (totalBits - bit >= CODE_BITS) {
-        const uint32_t code = deCompressReadBits(source, bit, CODE_BITS);
-        bit += CODE_BITS;
+    while (remaining >= CODE_BITS) {
+        // Three more bytes complete four codes; without an escape among them
+        // they are four characters at once.
+        if (remaining - pendingBits >= 24) {
+            const uint32_t window = (pending << 24) | static_cast<uint32_t>(in[0]) << 16 |
+                                    static_cast<uint32_t>(in[1]) << 8 | in[2];
+            const uint32_t codes = window >> pendingBits;
+            const uint32_t a = (codes >> 18) & 0x3Fu, b = (codes >> 12) & 0x3Fu;
+            const uint32_t c = (codes >> 6) & 0x3Fu, d = codes & 0x3Fu;
+            if (a != ESCAPE_CODE && b != ESCAPE_CODE && c != ESCAPE_CODE && d != ESCAPE_CODE) {
+                destination[count] = gs_szCompressCharSet[a];
+                destination[count + 1] = gs_szCompressCharSet[b];
+                destination[count + 2] = gs_szCompressCharSet[c];
+                destination[count + 3] = gs_szCompressCharSet[d];
+                count += 4;
+                pending = window;
+                in += 3;
+                remaining -= 24;
+                continue;
+            }
+        }
+        if (pendingBits < CODE_BITS) {
+            pending = (pending << 8) | *in++;
+            pendingBits += 8;
+        }
+        pendingBits -= CODE_BITS;
+        const uint32_t code = (pending >> pendingBits) & 0x3Fu;
+        remaining -= CODE_BITS;
         if (code < ESCAPE_CODE) {
             destination[count++] = gs_szCompressCharSet[code];
             continue;
         }
-        if (totalBits - bit < 8) break;  // a fill of one-bits, not an escape
-        destination[count++] = static_cast<char>(deCompressReadBits(source, bit, 8));
-        bit += 8;
+        if (remaining < 8) break;  // a fill of one-bits, not an escape
+        pending = (pending << 8) | *in++;
+        destination[count++] = static_cast<char>(pending >> pendingBits);
+        remaining -= 8;
     }
     destination[count] = '\0';
     return count;

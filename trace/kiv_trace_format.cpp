@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <locale>
 
 #include "kiv_dump.hpp"
 #include "kiv_exception.hpp"
@@ -70,6 +71,67 @@ void readExactly(std::istream& input, void* destination, uint32_t length, const 
 }
 
 bool isPrintable(unsigned char c) { return c >= 0x20 && c <= 0x7E; }
+
+// True when writing to out needs none of the stream's per-call work: it is
+// good, tied to no other stream, not unit-buffered and has no field width
+// pending. Text then goes straight into its buffer, where write() and <<
+// would put it after their checks.
+bool writesDirectly(const std::ostream& out) {
+    return out.good() && out.tie() == nullptr && (out.flags() & std::ios::unitbuf) == 0 && out.width() == 0;
+}
+
+// Writes count characters of text unformatted, as out.write() does.
+void emit(std::ostream& out, const char* text, size_t count) {
+    const std::streamsize length = static_cast<std::streamsize>(count);
+    if (!writesDirectly(out)) {
+        out.write(text, length);
+    } else if (out.rdbuf()->sputn(text, length) != length) {
+        out.setstate(std::ios::badbit);
+    }
+}
+
+// Writes text as out << text does (a null text sets badbit).
+void emit(std::ostream& out, const char* text) {
+    if (text != nullptr && writesDirectly(out)) {
+        emit(out, text, strlen(text));
+    } else {
+        out << text;
+    }
+}
+
+// Writes one character as out << c does.
+void emit(std::ostream& out, char c) {
+    if (!writesDirectly(out)) {
+        out << c;
+    } else if (out.rdbuf()->sputc(c) == std::char_traits<char>::eof()) {
+        out.setstate(std::ios::badbit);
+    }
+}
+
+// True when out prints numbers plainly: decimal, no sign, no base prefix,
+// no width and the classic locale (no digit grouping).
+bool printsPlainNumbers(const std::ostream& out) {
+    const std::ios::fmtflags shown = out.flags() & (std::ios::basefield | std::ios::showpos | std::ios::showbase);
+    return (shown == std::ios::dec || shown == std::ios::fmtflags{}) && out.width() == 0 &&
+           out.getloc() == std::locale::classic();
+}
+
+// Writes value in decimal. On a stream that prints numbers plainly the
+// digits are made here and written at once, which spares the stream's number
+// formatting; any other stream formats the value with its own settings.
+void printNumber(std::ostream& out, uint32_t value, bool plain) {
+    if (!plain) {
+        out << value;
+        return;
+    }
+    char digits[10];
+    unsigned int start = sizeof digits;
+    do {
+        digits[--start] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    } while (value != 0);
+    emit(out, digits + start, sizeof digits - start);
+}
 
 }  // namespace
 
@@ -152,6 +214,7 @@ bool KivClTraceFormatter::formatEntry(std::istream& input, const char* formatStr
     if (printName) kivStrCopyUntil(lastFunctionName, name, '\0', FUNCTION_NAME_BUFFER);
 
     std::ostream& out = *output_;
+    const bool plain = printsPlainNumbers(out);
     bool dataPrinted = false;
     for (const char* p = formatString ? formatString : ""; *p; ++p) {
         if (input.eof()) failEof(MODULE_FORMAT_EOF);
@@ -161,28 +224,31 @@ bool KivClTraceFormatter::formatEntry(std::istream& input, const char* formatStr
             if (*p == 'n') {
                 printLineBreak();
             } else {
-                out << (*p == 't' ? '\t' : *p);
+                emit(out, *p == 't' ? '\t' : *p);
             }
             continue;
         }
         if (*p != '%') {
-            out << *p;
+            // Literal text up to the next variable or escape goes out in one write.
+            const char* literal = p;
+            p += strcspn(p + 1, "%\\");
+            emit(out, literal, static_cast<size_t>(p + 1 - literal));
             continue;
         }
         ++p;
         switch (*p) {
-        case '\0': out << '%'; return finishEntry(input, header.dataLength, dataPrinted);
+        case '\0': emit(out, '%'); return finishEntry(input, header.dataLength, dataPrinted);
         case 'x': printTypeName(entry, getTypeAsShortCString(type)); break;
         case 'X': printTypeName(entry, getTypeAsLongCString(type)); break;
         case 'l': {
             const char* detail = KivClTraceFilter::getDetailAsCString(entry.getDetail());
-            out << (detail ? detail : "");
+            emit(out, detail ? detail : "");
             break;
         }
-        case 's': out << header.timeStamp; break;
-        case 'c': out << static_cast<unsigned>(header.componentId); break;
-        case 'p': out << header.processId; break;
-        case 't': out << header.threadId; break;
+        case 's': printNumber(out, header.timeStamp, plain); break;
+        case 'c': printNumber(out, header.componentId, plain); break;
+        case 'p': printNumber(out, header.processId, plain); break;
+        case 't': printNumber(out, header.threadId, plain); break;
         case 'f':
             if (printName) displayBuffer(name, entry.getFunctionNameLength());
             break;
@@ -192,7 +258,7 @@ bool KivClTraceFormatter::formatEntry(std::istream& input, const char* formatStr
             dataPrinted = true;
             break;
         case 'n': printLineBreak(); break;
-        default: out << '%'; break;  // "%%" and unknown variables
+        default: emit(out, '%'); break;  // "%%" and unknown variables
         }
     }
     return finishEntry(input, header.dataLength, dataPrinted);
@@ -205,15 +271,19 @@ bool KivClTraceFormatter::finishEntry(std::istream& input, uint32_t dataLength, 
 
 void KivClTraceFormatter::printTypeName(const KivClTraceFileEntry& entry, const char* name) {
     std::ostream& out = *output_;
-    out << name;
+    emit(out, name);
     const KivEnTraceDataType type = entry.getType();
     if (type != KIV_TRACE_TYPE_DATA && type != KIV_TRACE_TYPE_DATA_CLIPPED) return;
-    out << " (" << entry.getDataLength() << ' ' << getMessage(MSG_BYTES) << ')';
-    if (type == KIV_TRACE_TYPE_DATA_CLIPPED) out << getMessage(MSG_CLIPPED);
+    emit(out, " (");
+    printNumber(out, entry.getDataLength(), printsPlainNumbers(out));
+    emit(out, ' ');
+    emit(out, getMessage(MSG_BYTES));
+    emit(out, ')');
+    if (type == KIV_TRACE_TYPE_DATA_CLIPPED) emit(out, getMessage(MSG_CLIPPED));
 }
 
 void KivClTraceFormatter::printLineBreak() {
-    *output_ << '\n';
+    emit(*output_, '\n');
     displayIndent();
 }
 
@@ -223,7 +293,7 @@ void KivClTraceFormatter::displayIndent() {
 }
 
 void KivClTraceFormatter::displayBuffer(const char* text, uint32_t length) {
-    output_->write(text, length);
+    emit(*output_, text, length);
 }
 
 void KivClTraceFormatter::skipEntry(std::istream& input, uint32_t length) {
@@ -330,7 +400,7 @@ void KivClTraceFormatter::formatCString(std::istream& input, uint32_t length) {
 void KivClTraceFormatter::formatHexDump(std::istream& input, uint32_t length) {
     if (length == 0) return;
     std::ostream& out = *output_;
-    out << '\n';
+    emit(out, '\n');
     unsigned char bytes[KivClStrepHexDump::BYTES_PER_LINE];
     for (uint32_t offset = 0; offset < length; offset += KivClStrepHexDump::BYTES_PER_LINE) {
         const uint32_t count = length - offset < KivClStrepHexDump::BYTES_PER_LINE
@@ -338,8 +408,8 @@ void KivClTraceFormatter::formatHexDump(std::istream& input, uint32_t length) {
                                    : KivClStrepHexDump::BYTES_PER_LINE;
         readExactly(input, bytes, count, MODULE_HEXDUMP_EOF);
         displayIndent();
-        out << KivClStrepHexDump(offset, bytes, count).getAsCString();
-        if (count == KivClStrepHexDump::BYTES_PER_LINE) out << '\n';
+        emit(out, KivClStrepHexDump(offset, bytes, count).getAsCString());
+        if (count == KivClStrepHexDump::BYTES_PER_LINE) emit(out, '\n');
     }
 }
 

@@ -35,14 +35,6 @@ void appendAddress(char* line, unsigned& length, unsigned capacity, unsigned lon
 
 bool isPrintable(unsigned char byte) { return byte >= 0x20 && byte <= 0x7E; }
 
-// The layout both line kinds share: columns of digits, an extra blank after
-// the middle column, "| ", then one character per column.
-struct LineShape {
-    unsigned columns;
-    unsigned digits;  // per byte
-    void (*render)(unsigned char byte, char* out);
-};
-
 void renderHex(unsigned char byte, char* out) {
     out[0] = kHexDigits[byte >> 4];
     out[1] = kHexDigits[byte & 0xF];
@@ -52,31 +44,36 @@ void renderBin(unsigned char byte, char* out) {
     for (int bit = 0; bit < 8; ++bit) out[bit] = (byte & (0x80 >> bit)) ? '1' : '0';
 }
 
-void appendColumns(char* line, unsigned& length, unsigned capacity, const LineShape& shape,
-                   const void* data, unsigned long count) {
+// The columns area both line kinds share: kColumns cells of kDigits digits
+// and a blank, an extra blank after the middle cell, "| ", then one
+// character per column. The area is composed in a local buffer and appended
+// once, which cuts it at capacity exactly as appending it piece by piece
+// would.
+template <unsigned kColumns, unsigned kDigits, void (*kRender)(unsigned char, char*)>
+void appendColumns(char* line, unsigned& length, unsigned capacity, const void* data, unsigned long count) {
     const unsigned char* bytes = static_cast<const unsigned char*>(data);
-    unsigned used = (data == nullptr) ? 0 : static_cast<unsigned>(count < shape.columns ? count : shape.columns);
-    char cell[9];
-    for (unsigned column = 0; column < shape.columns; ++column) {
+    const unsigned used = (data == nullptr) ? 0 : static_cast<unsigned>(count < kColumns ? count : kColumns);
+    char area[kColumns * (kDigits + 2) + 3];
+    unsigned n = 0;
+    for (unsigned column = 0; column < kColumns; ++column) {
         if (column < used) {
-            shape.render(bytes[column], cell);
+            kRender(bytes[column], area + n);
         } else {
-            std::memset(cell, '_', shape.digits);
+            std::memset(area + n, '_', kDigits);
         }
-        cell[shape.digits] = ' ';
-        appendLine(line, length, capacity, cell, shape.digits + 1);
-        if (column + 1 == shape.columns / 2) appendLine(line, length, capacity, " ", 1);
+        n += kDigits;
+        area[n++] = ' ';
+        if (column + 1 == kColumns / 2) area[n++] = ' ';
     }
-    appendLine(line, length, capacity, "| ", 2);
-    for (unsigned column = 0; column < shape.columns; ++column) {
+    area[n++] = '|';
+    area[n++] = ' ';
+    for (unsigned column = 0; column < kColumns; ++column) {
         char ch = '_';
         if (column < used) ch = isPrintable(bytes[column]) ? static_cast<char>(bytes[column]) : '.';
-        appendLine(line, length, capacity, &ch, 1);
+        area[n++] = ch;
     }
+    appendLine(line, length, capacity, area, n);
 }
-
-const LineShape kHexShape = {KivClStrepHexDump::BYTES_PER_LINE, 2, renderHex};
-const LineShape kBinShape = {KivClStrepBinDump::BYTES_PER_LINE, 8, renderBin};
 
 template <class Line>
 void dumpLines(std::ostream& out, const void* data, unsigned long byteCount) {
@@ -106,7 +103,7 @@ KivClStrepHexDump::KivClStrepHexDump(const void* data, unsigned long count) {
 void KivClStrepHexDump::addAddress(unsigned long address) { appendAddress(text_, length_, CAPACITY, address); }
 
 void KivClStrepHexDump::addData(const void* data, unsigned long count) {
-    appendColumns(text_, length_, CAPACITY, kHexShape, data, count);
+    appendColumns<BYTES_PER_LINE, 2, renderHex>(text_, length_, CAPACITY, data, count);
 }
 
 KivClStrepBinDump::KivClStrepBinDump(unsigned long address, const void* data, unsigned long count) {
@@ -123,7 +120,7 @@ KivClStrepBinDump::KivClStrepBinDump(const void* data, unsigned long count) {
 void KivClStrepBinDump::addAddress(unsigned long address) { appendAddress(text_, length_, CAPACITY, address); }
 
 void KivClStrepBinDump::addData(const void* data, unsigned long count) {
-    appendColumns(text_, length_, CAPACITY, kBinShape, data, count);
+    appendColumns<BYTES_PER_LINE, 8, renderBin>(text_, length_, CAPACITY, data, count);
 }
 
 KivClStrepAddress::KivClStrepAddress(const void* pointer) {

@@ -57,6 +57,65 @@ struct SkipSearch {
     }
 };
 
+// Texts at least this long are searched by pairs of characters (below);
+// shorter ones by the single-character skip table, which needs no set-up.
+constexpr size_t PAIR_SEARCH_MIN_TEXT = 256;
+
+// The skip search keyed on the last two characters of the window instead of
+// the last one: on texts over a small alphabet a single character occurs in
+// nearly every pattern and allows only short moves, while most pairs do not
+// occur and let the window move by m - 1. Pairs are hashed into 256 one-byte
+// shifts; a collision only makes a shift shorter, never unsafe. Returns the
+// first occurrence, as the single-character search does.
+struct PairSearch {
+    const unsigned char* subject;
+    size_t n;
+    const unsigned char* needle;
+    size_t m;  // 2 <= m <= n
+
+    static unsigned hashPair(unsigned char first, unsigned char second) {
+        return (second - (first << 3)) & 0xFFu;
+    }
+
+    template <typename Fold>
+    size_t run(Fold fold) const {
+        // shift[h]: how far the window end may move when the text pair
+        // ending there hashes to h; 0 for the pattern's own last pair.
+        unsigned char shift[256];
+        const size_t last = m - 1;
+        const unsigned char longest = static_cast<unsigned char>(last < 255 ? last : 255);
+        std::memset(shift, longest, sizeof shift);
+        for (size_t i = 1; i < last; ++i) {
+            const size_t distance = last - i;
+            shift[hashPair(needle[i - 1], needle[i])] =
+                static_cast<unsigned char>(distance < 255 ? distance : 255);
+        }
+        const unsigned lastHash = hashPair(needle[last - 1], needle[last]);
+        // After a failed comparison the window moves to the previous pair
+        // of the pattern with the same hash, or by m - 1 without one.
+        const size_t afterMismatch = shift[lastHash];
+        shift[lastHash] = 0;
+
+        size_t windowEnd = last;
+        while (windowEnd < n) {
+            const unsigned step =
+                shift[hashPair(fold(subject[windowEnd - 1]), fold(subject[windowEnd]))];
+            if (step != 0) {
+                windowEnd += step;
+                continue;
+            }
+            const size_t start = windowEnd - last;
+            size_t matched = 0;
+            while (matched < m && fold(subject[start + matched]) == needle[matched]) ++matched;
+            if (matched == m) return start;
+            windowEnd += afterMismatch;
+        }
+        return NOT_FOUND;
+    }
+};
+
+unsigned char sameByte(unsigned char c) { return c; }
+
 }  // namespace
 
 KivClStringMatchABase::~KivClStringMatchABase() = default;
@@ -96,10 +155,16 @@ const char* KivClStringSearch::getPattern(const char* text, unsigned long length
     if (text == nullptr || !usable_ || pattern_ == nullptr) return nullptr;
     if (patternLength_ == 0) return text;
     if (patternLength_ > length) return nullptr;
-    const SkipSearch search{reinterpret_cast<const unsigned char*>(text), length,
-                            reinterpret_cast<const unsigned char*>(pattern_), patternLength_, skip_};
-    const size_t found =
-        ignoreCase_ ? search.run(upperByte) : search.run([](unsigned char c) { return c; });
+    const auto* subject = reinterpret_cast<const unsigned char*>(text);
+    const auto* needle = reinterpret_cast<const unsigned char*>(pattern_);
+    size_t found = NOT_FOUND;
+    if (length < PAIR_SEARCH_MIN_TEXT || patternLength_ < 2) {
+        const SkipSearch search{subject, length, needle, patternLength_, skip_};
+        found = ignoreCase_ ? search.run(upperByte) : search.run(sameByte);
+    } else {
+        const PairSearch search{subject, length, needle, patternLength_};
+        found = ignoreCase_ ? search.run(upperByte) : search.run(sameByte);
+    }
     return found == NOT_FOUND ? nullptr : text + found;
 }
 

@@ -74,11 +74,15 @@ unsigned long kivStrCopyUntil(char* destination, const char* source, char stop) 
 
 unsigned long kivStrCopyUntil(char* destination, const char* source, char stop, size_t capacity) {
     if (capacity == 0) return 0;
-    unsigned long copied = 0;
-    while (copied + 1 < capacity && source[copied] != '\0' && source[copied] != stop) {
-        destination[copied] = source[copied];
-        ++copied;
+    // The end, the stop character and the capacity are found by the C
+    // library's scanning functions, which never read past capacity - 1
+    // characters; the copy then moves the span at once.
+    size_t copied = strnlen(source, capacity - 1);
+    if (stop != '\0') {
+        const void* at = std::memchr(source, stop, copied);
+        if (at != nullptr) copied = static_cast<size_t>(static_cast<const char*>(at) - source);
     }
+    std::memmove(destination, source, copied);
     destination[copied] = '\0';
     return copied;
 }

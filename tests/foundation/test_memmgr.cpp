@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <dlfcn.h>
+
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -74,6 +76,25 @@ TEST(MemoryManager, SystemHeapByDefaultAndUserHooksWhenInstalled) {
     }
     EXPECT_EQ(gLastSize, 70u);  // the product of kivCalloc's count and size
     EXPECT_EQ(std::make_tuple(gAllocations, gReallocations, gDeallocations), std::make_tuple(2, 1, 2));
+}
+
+// Callers that reach kivMalloc and kivFree by name get the library's
+// exported copies, which follow the installed hooks like the inline forms.
+TEST(MemoryManager, ExportedCopiesFollowTheHooks) {
+    const auto namedMalloc = reinterpret_cast<void* (*)(size_t)>(dlsym(RTLD_DEFAULT, "kivMalloc"));
+    const auto namedFree = reinterpret_cast<void (*)(void*)>(dlsym(RTLD_DEFAULT, "kivFree"));
+    ASSERT_NE(namedMalloc, nullptr);
+    ASSERT_NE(namedFree, nullptr);
+    namedFree(namedMalloc(24));
+    resetCounters();
+    {
+        ScopedAllocatorHooks hooks(countingAllocator, countingReallocator, countingDeallocator);
+        namedFree(namedMalloc(40));
+        namedFree(nullptr);
+        EXPECT_EQ(std::make_tuple(gAllocations, gLastSize, gDeallocations), std::make_tuple(1, 40u, 1));
+        gFail = true;
+        EXPECT_EQ(fatalOf([&] { namedMalloc(8); }).getError().errorId, KIV_ERRID_MEMMGR_USER_OUT_OF_MEMORY);
+    }
 }
 
 TEST(MemoryManager, EveryRefusalThrowsItsFatalRow) {

@@ -94,6 +94,40 @@ TEST(Ucs2ToUtf8, Units) {
     });
 }
 
+// Targets with room for the worst case skip the per-character room checks;
+// a target of exactly the output's size must give the same bytes, and one
+// byte less must stop with TOO_BIG after a prefix of them.
+TEST(Utf8Algorithms, AmpleAndExactTargetsAgree) {
+    const std::string ascii(40, 'a');
+    const std::string texts[] = {
+        ascii,
+        ascii + "\xC3\xA9" + ascii + "\xE2\x82\xAC" + ascii.substr(0, 7),
+        "a\xC3\xA9" "bc\xE2\x82\xAC" "d\xF0\x9F\x98\x80" "efghijklmnop\xC3\xA9\xC3\xA9",
+        "\xED\xA0\x80xyz\xF4\x90\x80\x80" + ascii.substr(0, 9) + "\xFD\x80\x80\x80\x80\x80",
+        "ab\xC3\x41" "cd\xC1\x01" "ef\xE0\x01\x01" "gh\xEF\xFF\xFF" + ascii.substr(0, 12),  // odd trailing bytes
+    };
+    const KivClCodePage2UnicodeConverter decoder{KivClCCSID(1208)};
+    const KivClUnicode2CodePageConverter encoder{KivClCCSID(1208)};
+    for (const std::string& text : texts) {
+        SCOPED_TRACE(text);
+        for (const KivClConverterABase* converter : {static_cast<const KivClConverterABase*>(&decoder),
+                                                     static_cast<const KivClConverterABase*>(&encoder)}) {
+            const std::string input = converter == &decoder ? text : run(decoder, text, 4 * text.size()).out;
+            const Result ample = run(*converter, input, static_cast<unsigned int>(4 * input.size()));
+            ASSERT_EQ(ample.errorId, OK);
+            ASSERT_EQ(ample.consumed, input.size());
+            const unsigned int exact = static_cast<unsigned int>(ample.out.size());
+            const Result fitted = run(*converter, input, exact);
+            EXPECT_EQ(fitted.out, ample.out);
+            EXPECT_EQ(fitted.errorId, OK);
+            const Result tight = run(*converter, input, exact - 1);
+            EXPECT_EQ(tight.errorId, TOO_BIG);
+            EXPECT_EQ(tight.out, ample.out.substr(0, tight.out.size()));
+            EXPECT_GE(tight.out.size() + 4, exact - 1);
+        }
+    }
+}
+
 TEST(Ucs2Copies, CopyAndSwap) {
     KivClCodePage2UnicodeConverter little(KivClCCSID(65501));
     KivClCodePage2UnicodeConverter big(KivClCCSID(65500));
@@ -121,6 +155,38 @@ TEST(SingleByteTables, AsciiAndEbcdic) {
         {"target too small", "\xC1\xC2", 3, units({0x41}), 1, TOO_BIG},
     });
     check(pc, {{"box drawing", "\xC9\x41", 4, units({0x2554, 0x41}), 2, OK}});
+}
+
+// Long inputs take a faster loop; it must give what converting the same
+// bytes one at a time gives, stop where the target ends and say so.
+TEST(SingleByteTables, LongInputsMatchByteByByte) {
+    std::string every;
+    for (int round = 0; round < 24; ++round) {
+        for (int b = 0; b < 256; ++b) every += static_cast<char>((b * 7 + round) & 0xFF);
+    }
+    struct Row {
+        unsigned int ccsid;
+        size_t length;
+        unsigned int targetSize;  // 0: room for the whole input
+        size_t consumed;
+        uint32_t errorId;
+    } rows[] = {
+        {37, 511, 0, 511, OK},     {37, 512, 0, 512, OK},       {37, 515, 0, 515, OK},
+        {850, 4099, 0, 4099, OK},  {1252, 6144, 0, 6144, OK},   {37, 4096, 2051, 1025, TOO_BIG},
+        {850, 4096, 1030, 515, TOO_BIG},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.ccsid << " length " << row.length << " target " << row.targetSize);
+        const KivClCodePage2UnicodeConverter converter{KivClCCSID(row.ccsid)};
+        const std::string input = every.substr(0, row.length);
+        std::string expected;
+        for (size_t i = 0; i < row.consumed; ++i) expected += run(converter, input.substr(i, 1), 2).out;
+        const unsigned int targetSize = row.targetSize != 0 ? row.targetSize : static_cast<unsigned int>(2 * row.length);
+        const Result whole = run(converter, input, targetSize);
+        EXPECT_EQ(whole.out, expected);
+        EXPECT_EQ(whole.consumed, row.consumed);
+        EXPECT_EQ(whole.errorId, row.errorId);
+    }
 }
 
 TEST(DoubleByteTables, EbcdicShiftStates) {

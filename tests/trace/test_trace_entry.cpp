@@ -71,6 +71,72 @@ TEST(TraceCompression, RandomTextsRoundTrip) {
     }
 }
 
+// The encoder must give, byte for byte, what writing each code with
+// compressWriteBits gives, and touch nothing past the bytes it reports.
+TEST(TraceCompression, MatchesCodeByCodePacking) {
+    std::mt19937 random(90210);
+    for (int round = 0; round < 3000; ++round) {
+        std::string text(random() % 420, ' ');
+        for (char& c : text) {
+            c = random() % 3 ? kAlphabet[random() % 63] : static_cast<char>(1 + random() % 255);
+        }
+        const uint32_t limit = 1 + random() % 255;
+        std::vector<unsigned char> expected(limit + 2, 0);
+        uint32_t bit = 0;
+        for (const char c : text) {
+            const char* at = strchr(kAlphabet, c);
+            if (at != nullptr) {
+                KivClTraceEntry::compressWriteBits(expected.data(), bit, static_cast<uint32_t>(at - kAlphabet), 6);
+                bit += 6;
+            } else {
+                if (bit + 14 > 8 * limit) break;
+                KivClTraceEntry::compressWriteBits(expected.data(), bit, 63, 6);
+                KivClTraceEntry::compressWriteBits(expected.data(), bit + 6, static_cast<unsigned char>(c), 8);
+                bit += 14;
+            }
+            if (bit > 8 * limit - 8) break;
+        }
+        if (bit % 8 != 0) {
+            KivClTraceEntry::compressWriteBits(expected.data(), bit, (1u << (8 - bit % 8)) - 1, 8 - bit % 8);
+            bit += 8 - bit % 8;
+        }
+        expected.resize(bit / 8);
+
+        std::vector<unsigned char> out(limit + 1, 0xAA);
+        const uint32_t size = KivClTraceEntry::compressCString(out.data(), text.c_str(), limit);
+        ASSERT_EQ(std::vector<unsigned char>(out.begin(), out.begin() + size), expected) << round;
+        for (size_t i = size; i < out.size(); ++i) ASSERT_EQ(out[i], 0xAA) << round << " byte " << i;
+    }
+}
+
+// The decoder must read any bytes, not only the encoder's, exactly as
+// reading each code with deCompressReadBits does.
+TEST(TraceCompression, DecoderMatchesCodeByCodeReading) {
+    std::mt19937 random(1302);
+    for (int round = 0; round < 3000; ++round) {
+        std::vector<unsigned char> packed(random() % 256);
+        for (unsigned char& byte : packed) byte = static_cast<unsigned char>(round % 3 ? random() : random() | 0xFC);
+        packed.push_back(0);  // room for the reader's look-ahead byte
+        const uint32_t size = static_cast<uint32_t>(packed.size() - 1);
+        std::string expected;
+        for (uint32_t bit = 0; 8 * size - bit >= 6;) {
+            const uint32_t code = KivClTraceEntry::deCompressReadBits(packed.data(), bit, 6);
+            bit += 6;
+            if (code < 63) {
+                expected += kAlphabet[code];
+                continue;
+            }
+            if (8 * size - bit < 8) break;
+            expected += static_cast<char>(KivClTraceEntry::deCompressReadBits(packed.data(), bit, 8));
+            bit += 8;
+        }
+        char text[KivClTraceEntry::MAX_DECOMPRESSED_LENGTH + 1];
+        const uint32_t count = KivClTraceEntry::deCompressCString(text, packed.data(), size);
+        ASSERT_EQ(std::string(text, count), expected) << round;
+        ASSERT_EQ(text[count], '\0');
+    }
+}
+
 TEST(TraceCompression, BitPackingAcrossBytes) {
     unsigned char buffer[3] = {0xFF, 0xFF, 0x5A};
     KivClTraceEntry::compressWriteBits(buffer, 0, 0x05, 3);  // aligned: assigns the byte

@@ -6,6 +6,7 @@
 #include <sstream>
 #include <thread>
 
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include "kiv_traceformat.hpp"
@@ -162,6 +163,21 @@ TEST_F(TraceEnvironmentTest, InstanceLifecycleAndUserCallback) {
     EXPECT_FALSE(kivTraceIsEnabled());
     kivTraceDeleteInstance();
     EXPECT_EQ(KivClTraceInstance::cv_pclSingletonInstance, nullptr);
+}
+
+// Callers that reach the enabled test by name, not through the header's
+// inline form, get the same answer from the library's exported copy.
+TEST_F(TraceEnvironmentTest, EnabledTestIsExportedByName) {
+    using IsEnabled = bool (*)();
+    const auto byName = reinterpret_cast<IsEnabled>(dlsym(RTLD_DEFAULT, "kivTraceIsEnabled"));
+    ASSERT_NE(byName, nullptr);
+    vars_.set("ACTIVE", "yes");
+    kivTraceCreateInstance("KIVTENV", nullptr);
+    EXPECT_TRUE(byName());
+    EXPECT_TRUE(kivTraceIsEnabled());
+    kivTraceDeleteInstance();
+    EXPECT_FALSE(byName());
+    EXPECT_FALSE(kivTraceIsEnabled());
 }
 
 TEST_F(TraceEnvironmentTest, RecordingFiltersFunctionRecordsAndAutoflush) {

@@ -2,6 +2,7 @@
 // fatal exceptions for damaged files.
 #include <gtest/gtest.h>
 
+#include <locale>
 #include <set>
 #include <sstream>
 
@@ -103,6 +104,67 @@ TEST_F(TraceFormatTest, FormatVariablesAndEscapes) {
         // A second record checks that each format leaves the input at the next record.
         EXPECT_EQ(formatRecords({r, r}, row.format), std::string(row.text) + row.text) << row.format;
     }
+}
+
+namespace {
+
+// Groups digits by three with a comma, whatever the machine's locales.
+struct Thousands : std::numpunct<char> {
+    char do_thousands_sep() const override { return ','; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+}  // namespace
+
+// Numbers come out in plain decimal on an ordinary stream, and with the
+// stream's own base and digit grouping when the caller has set them.
+TEST_F(TraceFormatTest, NumbersFollowTheStreamSettings) {
+    const RawRecord r{KIV_TRACE_TYPE_DATA, "m", "f", std::string(18, 'x'), 1, 255, 4000000000u, 123456, 0};
+    struct Row {
+        void (*configure)(std::ostream&);
+        const char* text;
+    } rows[] = {
+        {[](std::ostream&) {}, "4000000000|255|123456|0|DA (18 Bytes)"},
+        {[](std::ostream& out) { out << std::hex; }, "ee6b2800|ff|1e240|0|DA (12 Bytes)"},
+        {[](std::ostream& out) { out.imbue(std::locale(std::locale::classic(), new Thousands)); },
+         "4,000,000,000|255|123,456|0|DA (18 Bytes)"},
+    };
+    for (const Row& row : rows) {
+        out_.flags(std::ios::dec);
+        out_.imbue(std::locale::classic());
+        row.configure(out_);
+        EXPECT_EQ(formatRecords({r}, "%s|%c|%p|%t|%x"), row.text);
+    }
+}
+
+// Text goes straight into an ordinary stream's buffer; a tied or
+// unit-buffered stream gets the same text through its own checks, and a
+// stream that has failed gets nothing.
+TEST_F(TraceFormatTest, EveryKindOfStreamGetsTheSameText) {
+    const std::vector<RawRecord> records = {
+        {KIV_TRACE_TYPE_DATA, "blob", "main", "ABCDEFGHIJKLMNOPQR", 2, 3, 7, 100, 1},
+        {KIV_TRACE_TYPE_CSTRING, "text", "main", "hi", 3, 255, 8, 100, 1}};
+    vars_.set("DETAIL", "HIGH");
+    const std::string plain = formatRecords(records, nullptr);
+    ASSERT_FALSE(plain.empty());
+    std::ostringstream other;
+    struct Row {
+        const char* what;
+        void (*configure)(std::ostringstream&, std::ostream&);
+        bool written;
+    } rows[] = {
+        {"tied", [](std::ostringstream& out, std::ostream& tie) { out.tie(&tie); }, true},
+        {"unit-buffered", [](std::ostringstream& out, std::ostream&) { out << std::unitbuf; }, true},
+        {"failed", [](std::ostringstream& out, std::ostream&) { out.setstate(std::ios::failbit); }, false},
+    };
+    for (const Row& row : rows) {
+        out_.clear();
+        out_.tie(nullptr);
+        out_ << std::nounitbuf;
+        row.configure(out_, other);
+        EXPECT_EQ(formatRecords(records, nullptr), row.written ? plain : "") << row.what;
+    }
+    out_.clear();
 }
 
 TEST_F(TraceFormatTest, NestingIndentationFunctionNamesAndHex) {

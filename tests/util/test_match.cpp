@@ -153,6 +153,48 @@ TEST(StringSearch, AgreesWithStdSearch) {
     EXPECT_LT(found, 39000);
 }
 
+// Long texts are searched by character pairs: every pattern length around
+// the one-byte shift limit, matches at the first and last possible place,
+// repeated near-matches and absent patterns must give std::search's answer.
+TEST(StringSearch, LongTextsAgreeWithStdSearch) {
+    struct Row {
+        const char* alphabet;
+        size_t textLength;
+        size_t patternLength;
+    };
+    const Row rows[] = {
+        {"ab", 256, 2},      {"ab", 257, 3},        {"acgt", 1000, 20},  {"acgt", 4096, 255},
+        {"acgt", 4096, 256}, {"acgt", 4096, 257},   {"aA", 600, 40},     {"xyzXYZ\x01\xff", 3000, 9},
+        {"a", 1000, 300},    {"ab\xe9\xc9", 2000, 12},
+    };
+    std::mt19937 rng(4242);
+    for (const Row& row : rows) {
+        const std::string alphabet = row.alphabet;
+        std::uniform_int_distribution<size_t> charPick(0, alphabet.size() - 1);
+        std::string text(row.textLength, ' ');
+        for (char& c : text) c = alphabet[charPick(rng)];
+        text[row.textLength / 3] = '\0';  // the length form searches across NUL bytes
+        std::uniform_int_distribution<size_t> startPick(0, row.textLength - row.patternLength);
+        for (int trial = 0; trial < 40; ++trial) {
+            size_t start = trial == 0 ? 0 : trial == 1 ? row.textLength - row.patternLength : startPick(rng);
+            std::string pattern = text.substr(start, row.patternLength);
+            std::replace(pattern.begin(), pattern.end(), '\0', alphabet[0]);
+            if (trial % 5 == 4) pattern[pattern.size() / 2] = '#';  // absent
+            for (bool ignoreCase : {false, true}) {
+                const auto reference =
+                    std::search(text.begin(), text.end(), pattern.begin(), pattern.end(),
+                                [&](char a, char b) { return sameRef(a, b, !ignoreCase); });
+                const long expected = reference == text.end() ? -1 : reference - text.begin();
+                const KivClStringSearch search(pattern.c_str(), ignoreCase);
+                const char* at = search.getPattern(text.data(), text.size());
+                ASSERT_EQ(at == nullptr ? -1 : at - text.data(), expected)
+                    << "alphabet '" << row.alphabet << "' length " << row.textLength << " pattern "
+                    << row.patternLength << " trial " << trial << " ignoreCase " << ignoreCase;
+            }
+        }
+    }
+}
+
 TEST(Grep, SearchesFlagsAndFailedCompilation) {
     const char* text = "error 42 at line 7";
     KivClGrep digits("[0-9]+", false);

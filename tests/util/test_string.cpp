@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "kiv_string.hpp"
@@ -79,6 +80,16 @@ TEST(StringCountAndCopy, BoundariesAndCapacity) {
     EXPECT_EQ(untouched, 'X');
     EXPECT_EQ(kivStrCopyUntil(small, "abc", '=', 1), 0u);
     EXPECT_STREQ(small, "");
+
+    // A source without a terminator is read no further than capacity - 1
+    // characters (the sanitizer build checks the reads), and a copy within
+    // one buffer moves the text as a whole.
+    std::unique_ptr<char[]> unterminated(new char[4]{'a', 'b', 'c', 'd'});
+    EXPECT_EQ(kivStrCopyUntil(small, unterminated.get(), '=', sizeof small), 4u);
+    EXPECT_STREQ(small, "abcd");
+    char shifted[] = "xxkey=value";
+    EXPECT_EQ(kivStrCopyUntil(shifted + 1, shifted + 2, '\0', sizeof shifted - 1), 9u);
+    EXPECT_STREQ(shifted, "xkey=value");
 }
 
 TEST(CaseConversion, InPlaceAndReturnsText) {
