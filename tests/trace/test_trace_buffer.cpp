@@ -13,10 +13,7 @@
 namespace {
 
 // Every hand-over as "first|second" ("-" for no second part), and all bytes.
-struct Collector {
-    std::vector<std::string> handovers;
-    std::string all;
-};
+struct Collector { std::vector<std::string> handovers; std::string all; };
 
 int collect(const _KivStTraceBufferCallBackInfo& info) {
     Collector& c = *static_cast<Collector*>(info.userData);

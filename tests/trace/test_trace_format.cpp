@@ -68,11 +68,7 @@ TEST_F(TraceFormatTest, DefaultFormatExactOutput) {
 }
 
 TEST_F(TraceFormatTest, ScalarRenderings) {
-    struct Row {
-        uint32_t type;
-        std::string data;
-        const char* text;
-    } rows[] = {
+    struct Row { uint32_t type; std::string data; const char* text; } rows[] = {
         {KIV_TRACE_TYPE_BOOL, std::string(1, '\2'), "TRUE"}, {KIV_TRACE_TYPE_INT8, "\xFF", "0xFFFFFFFF/-1"},
         {KIV_TRACE_TYPE_INT8, "A", "0x41/65/'A'"},          {KIV_TRACE_TYPE_UINT8, "\xC8", "0xC8/200"},
         {KIV_TRACE_TYPE_INT16, bytesOf<int16_t>(-300), "-300"},
@@ -91,10 +87,7 @@ TEST_F(TraceFormatTest, ScalarRenderings) {
 TEST_F(TraceFormatTest, FormatVariablesAndEscapes) {
     const RawRecord r{KIV_TRACE_TYPE_INT8, "msg", "fn", "x", 3, 9, 300, 100, 200};
     vars_.set("DETAIL", "HIGH");
-    struct Row {
-        const char* format;
-        const char* text;
-    } rows[] = {
+    struct Row { const char* format; const char* text; } rows[] = {
         {"%%|%q|\\t|\\\\|\\x|%X|%l|%c|%p|%t|%s", "%|%|\t|\\|x|signed integer (8 bits)|HIGH|9|100|200|300"},
         {"a%", "a%"}, {"a\\", "a"}, {"%m %m", "msg msg"}, {"", ""},
         {"%d/%d", "0x78/120/'x'/"},  // only the first %d prints the data
