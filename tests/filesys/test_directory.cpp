@@ -123,10 +123,7 @@ TEST(Directory, ConstructorsExpandRelativePaths) {
     ASSERT_TRUE(KivClDirectory(tmp.file("w").c_str()).setAsCurrent());
     const std::string here = KivClDirectory().getAsCString();
     const std::string parent = here.substr(0, here.rfind('/', here.size() - 2) + 1);
-    const struct {
-        std::string input, expected;
-        uint32_t errorId;
-    } rows[] = {
+    const struct { std::string input, expected; uint32_t errorId; } rows[] = {
         {"../x", parent + "x/", 0},
         {"sub/./deeper/..", here + "sub/", 0},
         {"/a/./b/", "/a/b/", 0},
@@ -184,8 +181,7 @@ TEST(DirectoryWalk, EmptyMissingAndCurrentDirectories) {
     EXPECT_EQ(empty.getError().errorId, 0u);
 
     KivClDirectoryWalk missing(KivClLocation(tmp.file("missing").c_str()));
-    EXPECT_FALSE(missing.isValid());
-    EXPECT_FALSE(missing.isSubDirectory());
+    EXPECT_FALSE(missing.isValid() || missing.isSubDirectory());
     EXPECT_EQ(missing.getError().errorId, KIV_ERRID_DIRWALK_COULD_NOT_INIT);
     EXPECT_EQ(missing.getError().errorClass, KIV_ERRCLASS_IO_PROBLEM);
 
@@ -224,10 +220,7 @@ TEST(DirectoryWalk, EntriesAreClassifiedFromModeAndName) {
 TEST(DirectoryWalk, WildcardFilterIsCaseSensitive) {
     TempDir tmp;
     for (const char* name : {"a.txt", "b.TXT", "c.txt.bak", "notes.txt"}) kivtest::writeFile(tmp.file(name), "");
-    const struct {
-        const char* pattern;
-        std::vector<std::string> matches;
-    } rows[] = {
+    const struct { const char* pattern; std::vector<std::string> matches; } rows[] = {
         {"*.txt", {"a.txt", "notes.txt"}},
         {"*.TXT", {"b.TXT"}},
         {"?.*", {"..", "a.txt", "b.TXT", "c.txt.bak"}},
