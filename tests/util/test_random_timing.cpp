@@ -30,10 +30,7 @@ TEST(Random, KnownAnswersAndSeeds) {
     // Results 0, 1, 2, 255, 256, 257 and 999 of IBAA seeded through the
     // minimal-standard generator, computed apart from the library.
     const size_t positions[] = {0, 1, 2, 255, 256, 257, 999};
-    const struct {
-        uint32_t seed;
-        uint32_t results[7];
-    } rows[] = {
+    const struct { uint32_t seed; uint32_t results[7]; } rows[] = {
         {0u, {0x09A3B192u, 0x2083FB10u, 0x86B6B128u, 0x5443CC12u, 0xBC33571Bu, 0x969F9E55u, 0xCA4A8443u}},
         {42u, {0xD07F89E7u, 0xDC906EB6u, 0x73C3FE37u, 0x3977801Du, 0x513EE8C4u, 0x939624BFu, 0xB935ECE5u}},
         {127773u, {0xCF4C3359u, 0xA0F5C7B0u, 0x9EB18B60u, 0x5450C5E0u, 0x86C0C8B3u, 0xCE6BC7A6u, 0xF0541028u}},
