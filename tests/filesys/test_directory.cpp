@@ -148,13 +148,9 @@ TEST(Directory, ConstructorsExpandRelativePaths) {
 }
 
 TEST(Directory, ComponentsAttachDetachAndCount) {
-    const struct {
-        const char *start, *attach;  // attach null: none
-        unsigned int detach;         // detachSubDirs count
-        bool detached;
-        const char* expected;
-        unsigned int components;
-    } rows[] = {
+    // attach null: none; detach: the detachSubDirs count.
+    const struct { const char *start, *attach; unsigned detach; bool detached; const char* expected; unsigned parts; }
+        rows[] = {
         {"/a/b/c/", nullptr, 1, true, "/a/b/", 2},     {"/a/", nullptr, 1, true, "/", 0},
         {"/", nullptr, 1, false, "/", 0},              {"/a/b/", nullptr, 3, false, "/", 0},
         {"/a/", "b/c/", 0, true, "/a/b/c/", 3},        {"/a/b/", "../x/", 0, true, "/a/x/", 2},
@@ -165,7 +161,7 @@ TEST(Directory, ComponentsAttachDetachAndCount) {
         if (row.attach != nullptr) dir.attachSubDir(KivClLocation(row.attach));
         EXPECT_EQ(dir.detachSubDirs(row.detach), row.detached) << row.start;
         EXPECT_STREQ(dir.getAsCString(), row.expected) << row.start;
-        EXPECT_EQ(dir.getNumOfSubDirs(), row.components) << row.start;
+        EXPECT_EQ(dir.getNumOfSubDirs(), row.parts) << row.start;
         EXPECT_EQ(dir.getError().errorId, row.detached ? 0u : KIV_ERRID_DIRECTORY_COULD_NOT_DETACH);
         EXPECT_EQ(dir.getError().errorClass, row.detached ? KIV_ERRCLASS_UNKNOWN : KIV_ERRCLASS_LOGIC);
     }
