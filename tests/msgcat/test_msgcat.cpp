@@ -192,12 +192,8 @@ TEST(MessageCatalog, MessageNumbersAndStringTableSignatures) {
 }
 
 TEST(MessageSubstitution, EscapesReferencesAndLimits) {
-    const struct {
-        const char* text;
-        std::vector<const char*> vars;
-        unsigned long outSize;
-        const char* expected;
-    } cases[] = {
+    const struct { const char* text; std::vector<const char*> vars; unsigned long outSize; const char* expected; }
+        cases[] = {
         {"a%%b", {}, 200, "a%b"},
         {"<%1|%2>", {"one", "two"}, 200, "<one|two>"},
         {"%1x", {"v"}, 200, "vx"},          // a letter right after the number stays
