@@ -107,10 +107,8 @@ TEST(ArgvCursor, SwitchNamesArePositionedExactly) {
     CommandLine line{"file", "-key", "K", "-KEY", "-ke", "-key", "--x", "-", "-5"};
     KivClArgvCursor cursor(line.argc(), line.argv());
     // The first occurrence, by its exact name with or without "-".
-    const struct {
-        const char* name;
-        int index;
-    } found[] = {{"key", 2}, {"-key", 2}, {"KEY", 4}, {"ke", 5}, {"--x", 7}, {"-", 8}, {"", 8}};
+    const struct { const char* name; int index; } found[] = {
+        {"key", 2}, {"-key", 2}, {"KEY", 4}, {"ke", 5}, {"--x", 7}, {"-", 8}, {"", 8}};
     for (const auto& f : found) {
         ASSERT_TRUE(cursor.positionTo(f.name)) << f.name;
         EXPECT_EQ(cursor.getIndex(), f.index) << f.name;

@@ -47,13 +47,8 @@ private:
 TEST(ConsoleUIFormat, LabelFieldInEveryStyle) {
     using UI = KivClConsoleUI;
     const std::string blanks13(13, ' ');
-    struct Row {
-        unsigned width;
-        UI::KivEnFormatStyle style;
-        char fill;
-        const char* label;
-        std::string expected;
-    } rows[] = {
+    struct Row { unsigned width; UI::KivEnFormatStyle style; char fill; const char* label; std::string expected; }
+        rows[] = {
         {36, UI::KivEnFormatStyleLeft, '.', "Error ID", "  Error ID............................: "},
         {5, UI::KivEnFormatStyleLeft, '*', "ab", "  ab***: "},
         {10, UI::KivEnFormatStyleRight, '.', "Name", "        Name: "},
@@ -112,11 +107,7 @@ TEST(ConsoleUIFormat, ErrorRecordsShowNonZeroFieldsOrAllWhenVerbose) {
     const _KivStUserError retry{KIV_ERRID_FILE_COULD_NOT_COPY, KIV_ERRCLASS_UNKNOWN, KIV_SEVERITY_NONE,
                                 KIV_ACTION_RETRY};
     const KivClException zero(emptyUser, "m:1", 1);
-    struct Row {
-        const char* what;
-        std::function<void(KivClConsoleUI&)> write;
-        std::string expected;
-    } rows[] = {
+    struct Row { const char* what; std::function<void(KivClConsoleUI&)> write; std::string expected; } rows[] = {
         {"empty record", [&](KivClConsoleUI& ui) { ui.format(empty, false); }, ""},
         {"empty record, verbose", [&](KivClConsoleUI& ui) { ui.format(empty, true); }, id0 + idNumber0 + unknownClass},
         {"record", [&](KivClConsoleUI& ui) { ui.format(copy, false); },
