@@ -47,13 +47,8 @@ private:
 TEST(ConsoleUIFormat, LabelFieldInEveryStyle) {
     using UI = KivClConsoleUI;
     const std::string blanks13(13, ' ');
-    struct Row {
-        unsigned width;
-        UI::KivEnFormatStyle style;
-        char fill;
-        const char* label;
-        std::string expected;
-    } rows[] = {
+    struct Row { unsigned width; UI::KivEnFormatStyle style; char fill; const char* label; std::string expected; }
+        rows[] = {
         {36, UI::KivEnFormatStyleLeft, '.', "Error ID", "  Error ID............................: "},
         {5, UI::KivEnFormatStyleLeft, '*', "ab", "  ab***: "},
         {10, UI::KivEnFormatStyleRight, '.', "Name", "        Name: "},
@@ -76,11 +71,7 @@ TEST(ConsoleUIFormat, LabelFieldInEveryStyle) {
 
 TEST(ConsoleUIFormat, ValueLinesWithAndWithoutQuoting) {
     using Write = std::function<void(KivClConsoleUI&)>;
-    struct Row {
-        bool quote;
-        Write write;
-        std::string value;
-    } rows[] = {
+    struct Row { bool quote; Write write; std::string value; } rows[] = {
         {false, [](KivClConsoleUI& ui) { ui.format("L", "abc"); }, "abc"},
         {true, [](KivClConsoleUI& ui) { ui.format("L", "abc"); }, "\"abc\""},
         {false, [](KivClConsoleUI& ui) { ui.format("L", 'x'); }, "x"},
@@ -116,11 +107,7 @@ TEST(ConsoleUIFormat, ErrorRecordsShowNonZeroFieldsOrAllWhenVerbose) {
     const _KivStUserError retry{KIV_ERRID_FILE_COULD_NOT_COPY, KIV_ERRCLASS_UNKNOWN, KIV_SEVERITY_NONE,
                                 KIV_ACTION_RETRY};
     const KivClException zero(emptyUser, "m:1", 1);
-    struct Row {
-        const char* what;
-        std::function<void(KivClConsoleUI&)> write;
-        std::string expected;
-    } rows[] = {
+    struct Row { const char* what; std::function<void(KivClConsoleUI&)> write; std::string expected; } rows[] = {
         {"empty record", [&](KivClConsoleUI& ui) { ui.format(empty, false); }, ""},
         {"empty record, verbose", [&](KivClConsoleUI& ui) { ui.format(empty, true); }, id0 + idNumber0 + unknownClass},
         {"record", [&](KivClConsoleUI& ui) { ui.format(copy, false); },
@@ -140,13 +127,7 @@ TEST(ConsoleUIFormat, ErrorRecordsShowNonZeroFieldsOrAllWhenVerbose) {
 }
 
 TEST(ConsoleUIFormat, DisplayIndentsAndDropsWhatItMust) {
-    struct Row {
-        const char* text;
-        unsigned indent;
-        bool usage;
-        bool hideTagged;
-        std::string expected;
-    } rows[] = {
+    struct Row { const char* text; unsigned indent; bool usage; bool hideTagged; std::string expected; } rows[] = {
         {"first\n@second", 6, false, false, "first\n      \nsecond\n"},
         {"x@y", 2, false, false, "x@y\n"},
         {"", 4, false, false, "\n"},
@@ -195,10 +176,7 @@ TEST(ConsoleUIFormat, HeadersBarsAndProgress) {
 }
 
 TEST(ConsoleUISetup, ProcessNameIsTheFileNameCutAtItsFirstDot) {
-    struct Row {
-        const char* program;
-        const char* name;
-    } rows[] = {
+    struct Row { const char* program; const char* name; } rows[] = {
         {"/usr/bin/tool.x.y", "tool"},
         {"plain", "plain"},
         {"dir/", ""},
@@ -218,12 +196,8 @@ TEST(ConsoleUIQueries, ValuesOfSwitchesThatArePresent) {
     int i = 0;
     short s = 0;
     const char* t = nullptr;
-    EXPECT_TRUE(ui.hasArgNumval("a", a));
-    EXPECT_TRUE(ui.hasArgNumval('b', b));
-    EXPECT_TRUE(ui.hasArgNumval("-c", c));
-    EXPECT_TRUE(ui.hasArgNumval('s', s));
-    EXPECT_TRUE(ui.hasArgNumval("s", i));
-    EXPECT_TRUE(ui.hasArgString('t', t));
+    EXPECT_TRUE(ui.hasArgNumval("a", a) && ui.hasArgNumval('b', b) && ui.hasArgNumval("-c", c));
+    EXPECT_TRUE(ui.hasArgNumval('s', s) && ui.hasArgNumval("s", i) && ui.hasArgString('t', t));
     EXPECT_EQ(a, -12);  // the first occurrence counts
     EXPECT_EQ(b, 12);
     EXPECT_EQ(c, 0);
@@ -232,8 +206,7 @@ TEST(ConsoleUIQueries, ValuesOfSwitchesThatArePresent) {
     EXPECT_STREQ(t, "-5");
     EXPECT_TRUE(ui.hasArgSwitch("-x"));
     EXPECT_TRUE(ui.hasArgSwitch(153UL));  // message 153 is "key"
-    EXPECT_FALSE(ui.hasArgNumval('z', a));
-    EXPECT_FALSE(ui.hasArgString("A", t));
+    EXPECT_FALSE(ui.hasArgNumval('z', a) || ui.hasArgString("A", t));
     EXPECT_EQ(a, -12);
 }
 

@@ -69,23 +69,10 @@ TEST(UsageCursor, TraceControllerUsageYieldsItsTwentyFiveItems) {
               "-format 1 1 v, <string> 1 1, -findent 1 1 v, <string> 1 1, -fnest 0 1, -fnofhd 0 1, -fssfhd 0 1, "
               "-fhex 0 1, -fbin 0 1, -fdetail 1 1 v, <detail> 1 1, -fcompids 1 1 v, <compids> 1 1, -fpid 1 1 v, "
               "<pid> 1 1, -ftid 1 1 v, <tid> 1 1, -verbose 0 1");
-    // Switches answer to their name with or without "-", not to a prefix.
-    KivClUsageCursor cursor(usage);
-    for (bool found = cursor.setToFirst(); found; found = cursor.setToNext()) {
-        const std::string text(cursor.getPosition(), std::strcspn(cursor.getPosition(), " )]\n"));
-        EXPECT_TRUE(cursor.matches(text.c_str())) << text;
-        EXPECT_EQ(cursor.isSwitch(), text[0] == '-') << text;
-        if (!cursor.isSwitch()) continue;
-        EXPECT_TRUE(cursor.matchesSwitch(text.c_str() + 1) && cursor.matchesSwitch(text.c_str())) << text;
-        EXPECT_FALSE(cursor.matchesSwitch(text.substr(1, text.size() - 2).c_str())) << text;
-    }
 }
 
 TEST(UsageCursor, ItemsStartWhereTheGrammarSays) {
-    const struct {
-        const char* usage;
-        Offsets items;
-    } cases[] = {
+    const struct { const char* usage; Offsets items; } cases[] = {
         // Strings without items, the empty one included.
         {"", {}}, {"prog", {}}, {"prog\n", {}}, {"[]()", {}}, {"prog, | = {} _\t", {}}, {"prog[x-1]", {}},
         // The program name is no item; a word joined to a switch by "|" alone
@@ -126,6 +113,7 @@ TEST(UsageCursor, SwitchIndicator) {
         EXPECT_FALSE(KivClUsageCursor::isSwitchIndicator(text)) << (text ? text : "null");
     }
     EXPECT_FALSE(cursorAt("prog [-5] -b", 7).isSwitch());
+    EXPECT_TRUE(cursorAt("prog [-5] -b", 10).isSwitch());
 }
 
 TEST(UsageCursor, MatchingNeedsTheWholeNameAndABoundary) {
@@ -141,10 +129,8 @@ TEST(UsageCursor, MatchingNeedsTheWholeNameAndABoundary) {
     }
     // A placeholder matches in full, or without its ">" (itself a boundary).
     KivClUsageCursor count = cursorAt(usage, 17);
-    EXPECT_TRUE(count.matches("<count>"));
-    EXPECT_TRUE(count.matches("<count"));
-    EXPECT_FALSE(count.matches("<coun"));
-    EXPECT_FALSE(count.matchesSwitch("count"));
+    EXPECT_TRUE(count.matches("<count>") && count.matches("<count"));
+    EXPECT_FALSE(count.matches("<coun") || count.matchesSwitch("count"));
     // Joined names: the first item answers to its own name and the joined
     // one, the second only to its own.
     KivClUsageCursor first = cursorAt(usage, 27);
@@ -169,16 +155,11 @@ TEST(UsageCursor, MatchingNeedsTheWholeNameAndABoundary) {
     EXPECT_TRUE(cursorAt("prog [-a_b] [-v.2]", 13).matchesSwitch("v.2"));
     // The hyphen alone is a switch with the empty name.
     KivClUsageCursor hyphen = cursorAt("prog [-] x", 6);
-    EXPECT_TRUE(hyphen.matchesSwitch("-"));
-    EXPECT_TRUE(hyphen.matchesSwitch(""));
-    EXPECT_TRUE(hyphen.matches("-"));
+    EXPECT_TRUE(hyphen.matchesSwitch("-") && hyphen.matchesSwitch("") && hyphen.matches("-"));
 }
 
 TEST(UsageCursor, DepthsTagsAndValueTakingSwitches) {
-    const struct {
-        const char* usage;
-        const char* items;
-    } cases[] = {
+    const struct { const char* usage; const char* items; } cases[] = {
         // Switch, placeholder and ellipsis in one group: a list; outside the
         // group the dots make none.
         {"prog (-list <item> ...)", "-list 1 0 v..., <item> 1 0 v..., . 1 0"},
@@ -227,16 +208,12 @@ TEST(UsageCursor, NewCursorsAndDisplayFilter) {
     // A null string is the empty one; a new cursor stands on the start, on
     // no item, with a clear state.
     KivClUsageCursor nullUsage(nullptr);
-    EXPECT_FALSE(nullUsage.isValid());
-    EXPECT_FALSE(nullUsage.setToFirst());
-    EXPECT_FALSE(nullUsage.setToNext());
-    EXPECT_FALSE(nullUsage.matches("-a"));
+    EXPECT_FALSE(nullUsage.isValid() || nullUsage.setToFirst() || nullUsage.setToNext() || nullUsage.matches("-a"));
     KivClUsageCursor fresh("(-a");
     EXPECT_TRUE(fresh.isValid());
     EXPECT_EQ(fresh.getGroupDepth(), 0);
     EXPECT_EQ(fresh.getOptionalDepth(), 0);
-    EXPECT_FALSE(fresh.isTagged());
-    EXPECT_FALSE(fresh.isInPlaceholder());
+    EXPECT_FALSE(fresh.isTagged() || fresh.isInPlaceholder());
 
     for (int c = -128; c < 128; ++c) {
         const char ch = static_cast<char>(c);

@@ -29,11 +29,7 @@ TEST(DllFile, NamesAreCompletedAlongTheLibraryPath) {
     kivtest::writeFile(tmp.file("libkivtestdll.so"), kivtest::readFile(kLibrary));
     // Empty entries are skipped; the first directory holding the file wins.
     ScopedEnv libraryPath("LD_LIBRARY_PATH", ("::" + kDir + "::" + tmp.path()).c_str());
-    const struct {
-        std::string given;
-        bool loaded;
-        std::string resolved;
-    } rows[] = {
+    const struct { std::string given; bool loaded; std::string resolved; } rows[] = {
         {"libkivtestdll", true, kLibrary},
         {"libkivtestdll.so", true, kLibrary},
         {kLibrary, true, kLibrary},

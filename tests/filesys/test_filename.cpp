@@ -30,17 +30,10 @@ void expectParts(const KivClFilenameABase& name, const std::string& text) {
     EXPECT_EQ(name.getExtension() - own, fresh.getExtension() - fresh.getName());
 }
 
+// path and pathWithSep: extractPath without and with separator.
 struct NameCase {
-    const char* name;
-    KivEnPathStyle style;
-    bool drive;
-    bool absolute;
-    const char* server;
-    const char* pathProper;
-    const char* base;
-    const char* extension;
-    const char* path;         // extractPath without separator
-    const char* pathWithSep;  // extractPath with separator
+    const char *name; KivEnPathStyle style; bool drive, absolute;
+    const char *server, *pathProper, *base, *extension, *path, *pathWithSep;
 };
 
 const NameCase kNameCases[] = {

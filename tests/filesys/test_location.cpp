@@ -94,18 +94,16 @@ TEST(Location, CopiesAreIndependent) {
     KivClLocation& alias = copy;
     copy = alias;
     EXPECT_STREQ(copy.getAsCString(), "\\\\srv\\share\\dir\\");
-
 }
 
 TEST(Location, ExistenceOfLocationsAndFilenames) {
     kivtest::TempDir dir;
     kivtest::writeFile(dir.file("present.txt"), "x");
-    EXPECT_TRUE(KivClLocation(dir.path().c_str()).isExistent());
-    EXPECT_TRUE(KivClFilename(dir.file("present.txt").c_str()).isExistent());
-    EXPECT_FALSE(KivClLocation(dir.file("missing").c_str()).isExistent());
-    EXPECT_FALSE(KivClFilename(dir.file("missing").c_str()).isExistent());
-    EXPECT_FALSE(KivClLocation().isExistent());
-    EXPECT_FALSE(KivClFilename("").isExistent());
+    EXPECT_TRUE(KivClLocation(dir.path().c_str()).isExistent() &&
+                KivClFilename(dir.file("present.txt").c_str()).isExistent());
+    EXPECT_FALSE(KivClLocation(dir.file("missing").c_str()).isExistent() ||
+                 KivClFilename(dir.file("missing").c_str()).isExistent() || KivClLocation().isExistent() ||
+                 KivClFilename("").isExistent());
 }
 
 }  // namespace

@@ -55,10 +55,7 @@ inline std::string value(const KivClIniFile& ini, const char* section, const cha
     return entry(ini, section, name).first;
 }
 
-struct Expected {
-    const char* name;
-    std::string value, comment;
-};
+struct Expected { const char* name; std::string value, comment; };
 
 inline void expectOptions(const KivClIniFile& ini, const char* section, const std::vector<Expected>& table) {
     for (const Expected& row : table) {

@@ -24,10 +24,7 @@ const uint32_t kOption = KIV_ERRID_INIFILE_INVAL_OPTION;
 const uint32_t kBlank = KIV_ERRID_INIFILE_INVAL_WHITESPACE;
 
 // Each row: the text after "name=" on its own line, the value and comment.
-struct ValueRow {
-    const char* name;
-    std::string text, value, comment;
-};
+struct ValueRow { const char* name; std::string text, value, comment; };
 
 void expectValueRows(const std::vector<ValueRow>& rows) {
     std::string text = "[V]\n";
@@ -171,8 +168,7 @@ TEST(IniLoader, BufferLengthDelimiterAndLineLimits) {
     EXPECT_TRUE(ini.loadFromBuffer("b=1\n[T]\nbad\n", 12, '\n', true, false));
     EXPECT_EQ(reports.back(), Report(kOption, 6));
     EXPECT_EQ(optionNames(ini, ini.getFirstSection()), Names{"a"});
-    EXPECT_TRUE(ini.loadFromBuffer(nullptr, 100, '\n', true, false));
-    EXPECT_TRUE(ini.loadFromBuffer("", 0, '\n', true, false));
+    EXPECT_TRUE(ini.loadFromBuffer(nullptr, 100, '\n', true, false) && ini.loadFromBuffer("", 0, '\n', true, false));
     EXPECT_EQ(ini.getLineNumber(), 6u);
     // Characters after an embedded zero byte are not part of the line.
     const char withZero[] = "[Z]\na=1\0tail\nb=2\n";

@@ -187,8 +187,7 @@ TEST(IniModel, ReplacingAndDeletingKeepPlaces) {
     EXPECT_TRUE(ini.deleteOption(cOptions));
     EXPECT_STREQ(cOptions.getOption(), "");
     EXPECT_FALSE(ini.deleteOption(cSection, "w"));
-    EXPECT_TRUE(ini.deleteSection(cSection));
-    EXPECT_TRUE(cSection.isValid());
+    EXPECT_TRUE(ini.deleteSection(cSection) && cSection.isValid());
     EXPECT_STREQ(cSection.getSection(), "");
     ASSERT_TRUE(cSection.setTo("A"));
     EXPECT_TRUE(ini.deleteOption(cSection, "y"));

@@ -100,12 +100,7 @@ TEST_F(CatalogFile, ReadsSetOneUnderTheCatalogName) {
     ASSERT_TRUE(catalog.isOpen());
     EXPECT_FALSE(catalog.isDefaultCatalog());
     catalog.useStringTable(kTable, 3);  // ignored while the file is open
-    const struct {
-        unsigned long id;
-        const char* var;
-        std::string text;
-        bool loaded;
-    } cases[] = {
+    const struct { unsigned long id; const char* var; std::string text; bool loaded; } cases[] = {
         {1, nullptr, "first message", true},
         {2, "x", "value <x> and <???" ">, 100%", true},
         {4, nullptr, "", true},
@@ -181,11 +176,7 @@ TEST(MessageCatalog, MessageNumbersAndStringTableSignatures) {
     EXPECT_TRUE(KivClMessageCatalog::isValidMessageId(1) && KivClMessageCatalog::isValidMessageId(4294967295ul));
     const std::vector<const char*> three(std::begin(kTable), std::end(kTable));
     const char *const open = "[KIV_MSGTAB_SIGNATURE] 1", *const close = "[KIV_MSGTAB_SIGNATURE]";
-    const struct {
-        std::vector<const char*> table;
-        unsigned long count;
-        bool valid;
-    } rows[] = {
+    const struct { std::vector<const char*> table; unsigned long count; bool valid; } rows[] = {
         {three, 3, true}, {{open, close}, 1, true},
         // A count that disagrees with entry 0 is refused before entry count
         // is read, so the sanitizer build would catch an overrun here.
@@ -201,12 +192,8 @@ TEST(MessageCatalog, MessageNumbersAndStringTableSignatures) {
 }
 
 TEST(MessageSubstitution, EscapesReferencesAndLimits) {
-    const struct {
-        const char* text;
-        std::vector<const char*> vars;
-        unsigned long outSize;
-        const char* expected;
-    } cases[] = {
+    const struct { const char* text; std::vector<const char*> vars; unsigned long outSize; const char* expected; }
+        cases[] = {
         {"a%%b", {}, 200, "a%b"},
         {"<%1|%2>", {"one", "two"}, 200, "<one|two>"},
         {"%1x", {"v"}, 200, "vx"},          // a letter right after the number stays
@@ -264,11 +251,7 @@ TEST(MessageLoading, EveryConstructorFillsTheTenVariables) {
 TEST(MessageLoading, StringTableBoundsAndFailureTexts) {
     TableCatalog table({"one", "", "%10%11", nullptr});
     const std::string failure = "UNABLE TO LOAD MESSAGE CATALOG: " + table.dir.file("absent.cat");
-    const struct {
-        unsigned long id;
-        std::string text;
-        bool loaded;
-    } cases[] = {
+    const struct { unsigned long id; std::string text; bool loaded; } cases[] = {
         {0, "[KIV_MSGTAB_SIGNATURE] 5", true},  // entry 0 is the signature line
         {1, "one", true},
         {2, "", true},

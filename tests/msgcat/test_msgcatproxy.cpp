@@ -53,9 +53,7 @@ TEST_F(CatalogProxy, OpenFetchAndClose) {
 TEST_F(CatalogProxy, VariablesEndAtTheFirstNullOrTheTenth) {
     KivClMessageCatalogProxy* handle = kivMsgCatOpen(catalog_.c_str());
     ASSERT_NE(handle, nullptr);
-    const struct {
-        std::string got, expected;
-    } rows[] = {
+    const struct { std::string got, expected; } rows[] = {
         {kivMsgCatGetVar(handle, 3, kNone), "Copied ??? of ??? files"},
         {kivMsgCatGetVar(handle, 3, "2", kNone), "Copied 2 of ??? files"},
         {kivMsgCatGetVar(handle, 3, "2", "5", kNone), "Copied 2 of 5 files"},
@@ -95,9 +93,7 @@ TEST_F(CatalogProxy, StringTableFallbackAndAttachedCatalogs) {
 TEST_F(CatalogProxy, LongFailureTextsAreCutWithoutSplittingCharacters) {
     // A failure text is a 32-character head and the whole catalog name; the
     // rows put the cut between two characters or inside a two-byte one.
-    const struct {
-        size_t asciiBefore, keptLength;
-    } rows[] = {{4000, 4099}, {4001, 4098}};
+    const struct { size_t asciiBefore, keptLength; } rows[] = {{4000, 4099}, {4001, 4098}};
     for (const auto& row : rows) {
         std::string name = "/" + std::string(row.asciiBefore, 'a');
         while (name.size() < 4090) name += "\xC3\xA9";  // é

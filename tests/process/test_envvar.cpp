@@ -17,10 +17,8 @@ TEST(EnvironmentVariable, SwitchSpellings) {
     KivClEnvironmentVariable var(kName, "");
     EXPECT_TRUE(var.hasValue());
     EXPECT_FALSE(var.hasValueEnabled());  // set, but empty
-    const struct {
-        const char* value;
-        bool on;
-    } rows[] = {{"on", true},     {"ON", true},  {"Yes", true},   {"yEs", true},  {"TRUE", true},
+    const struct { const char* value; bool on; } rows[] = {
+        {"on", true},     {"ON", true},  {"Yes", true},   {"yEs", true},  {"TRUE", true},
                 {"true", true},   {"1", true},   {"2", false},    {" yes", false}, {"yes ", false},
                 {"enabled", false}, {"0", false}, {"OFF", false}, {"onn", false}, {"11", false}, {"TRU", false}};
     for (const auto& row : rows) {

@@ -8,9 +8,7 @@
 namespace {
 
 TEST(ResourceKey, NamesAreReducedAndJoined) {
-    const struct {
-        const char *key, *instance, *name, *keyPart;
-    } rows[] = {
+    const struct { const char *key, *instance, *name, *keyPart; } rows[] = {
         {"APP", nullptr, "---:APP", "APP"},
         {"my app/x", "KIVTRACEINSTANCE0", "---:myGapp:x:KIVTRACEINSTANCE0", "myGapp:x:KIVTRACEINSTANCE0"},
         {"a.b", "", "---:aUb:", "aUb:"},

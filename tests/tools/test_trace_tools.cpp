@@ -22,9 +22,7 @@ const std::string kDashes = "  " + std::string(72, '-') + "\n";
 const char* const kCompact = "-display -format '%f:%m=%d%n'";
 
 // Fields of one record header read straight from the file.
-struct Record {
-    uint32_t type, timeStamp, processId, threadId;
-};
+struct Record { uint32_t type, timeStamp, processId, threadId; };
 
 class TraceToolsTest : public ::testing::Test {
 protected:
@@ -108,9 +106,7 @@ TEST_F(TraceToolsTest, DefaultFormat) {
 
 TEST_F(TraceToolsTest, FormatOptions) {
     runDemo(1);
-    struct Row {
-        std::string args, expected;
-    } rows[] = {
+    struct Row { std::string args, expected; } rows[] = {
         {"-display -format '%x %X %l %c %p %f %m %d%n'",
          "FE FUNCTION ENTRY OFF 1 {pid} main  \nND NO DATA LOW 1 {pid} main trace demo starting \n"
          "cpsz C string LOW 1 {pid} main greeting \"hello, trace\"\nFE FUNCTION ENTRY OFF 2 {pid} measure  \n"
@@ -189,9 +185,7 @@ TEST_F(TraceToolsTest, StatusDisplay) {
                                   "  Filter process id...................: 0\n"
                                   "  Filter thread id....................: 0\n"
                                   "  Component Set.......................: NO\n";
-    struct Row {
-        std::string args, vars, expected;
-    } rows[] = {
+    struct Row { std::string args, vars, expected; } rows[] = {
         // The status alone; an active key enables the controller's own instance.
         {"", "KIVDEMO_TRACE_ACTIVE=1 KIVDEMO_TRACE_AUTOCLEAR=1 KIVDEMO_TRACE_BUFSIZE=4",
          status + "KIVTRACEINSTANCE0\n  Trace active........................: YES\n"
@@ -247,11 +241,7 @@ TEST_F(TraceToolsTest, FailuresAndExitCodes) {
     kivtest::writeFile(bad, damaged);
     const std::string none = dir_.file("none.trc");
     const std::string byDefault = dir_.file("KivDemotrace.trc");
-    struct Row {
-        std::string args, vars;
-        int exitCode;
-        std::string out, err;
-    } rows[] = {
+    struct Row { std::string args, vars; int exitCode; std::string out, err; } rows[] = {
         {"-key KivDemo -display -file " + none, "", 2, kTitle + "\a", fatal("Specified trace file not found: " + none)},
         {"-key KivDemo -display", "", 2, kTitle + "\a",
          fatal("Trace file could not be identified; specified key may be invalid: " + byDefault)},
@@ -285,10 +275,7 @@ TEST_F(TraceToolsTest, FailuresAndExitCodes) {
 }
 
 TEST_F(TraceToolsTest, StrictJsonCheck) {
-    struct Row {
-        const char* text;
-        bool valid;
-    } rows[] = {
+    struct Row { const char* text; bool valid; } rows[] = {
         {"{\"a\":[1,-2.5e3,true,false,null,\"x\\u0041\\n\"]}", true}, {" [ ] ", true}, {"0", true},
         {"{\"a\":1,}", false}, {"[1 2]", false}, {"01", false}, {"1.", false}, {"\"\\x\"", false},
         {"\"a\nb\"", false}, {"{a:1}", false}, {"[1]]", false}, {"", false}, {"nul", false},

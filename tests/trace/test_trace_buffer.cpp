@@ -13,10 +13,7 @@
 namespace {
 
 // Every hand-over as "first|second" ("-" for no second part), and all bytes.
-struct Collector {
-    std::vector<std::string> handovers;
-    std::string all;
-};
+struct Collector { std::vector<std::string> handovers; std::string all; };
 
 int collect(const _KivStTraceBufferCallBackInfo& info) {
     Collector& c = *static_cast<Collector*>(info.userData);
@@ -45,10 +42,8 @@ TEST_F(TraceRing, WriteCasesAndHandOverParts) {
     EXPECT_EQ(std::string(h.signature, 4) + std::to_string(h.capacity) + "/" + std::to_string(h.first) +
                   "/" + std::to_string(h.last) + "/" + std::to_string(h.saved) + "/" + std::to_string(h.write),
               "KIVT16/24/39/24/24");
-    struct Step {
-        const char* bytes;  // null: overflow()
-        const char* handover;  // the last hand-over afterwards
-    } steps[] = {
+    // bytes null: overflow(); handover: the last hand-over afterwards.
+    struct Step { const char* bytes; const char* handover; } steps[] = {
         {"abcdefghij", ""},          {nullptr, "abcdefghij|-"},
         {"klmnop", "klmnop|-"},      // ends exactly on the last byte
         {"qrs", "klmnop|-"},         {nullptr, "|qrs"},  // empty first part
@@ -143,10 +138,8 @@ TEST_F(TraceAutosave, RefusesMissingDirectoryLinksAndFifos) {
     kivtest::writeFile(victim, "keep");
     ASSERT_EQ(symlink(victim.c_str(), link.c_str()), 0);
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    struct Row {
-        std::string path;
-        int error;
-    } rows[] = {{missing, ENOENT}, {link, ELOOP}, {fifo, ENXIO}};  // a FIFO never blocks
+    struct Row { std::string path; int error; } rows[] = {
+        {missing, ENOENT}, {link, ELOOP}, {fifo, ENXIO}};  // a FIFO never blocks
     for (const Row& row : rows) {
         kivtest::ScopedEnv file("KIVTSAVE_TRACE_FILE", row.path.c_str());
         kivtest::CaptureFd out(1);

@@ -29,12 +29,8 @@ const char kAlphabet[] = " ,&*:_~()<>ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopq
 
 TEST(TraceCompression, Vectors) {
     const std::string letters(400, 'q'), digits(200, '7');
-    struct Row {
-        std::string text;
-        std::vector<unsigned char> packed;  // empty: only the size is checked
-        size_t size;
-        std::string decoded;
-    } rows[] = {
+    // packed empty: only the size is checked.
+    struct Row { std::string text; std::vector<unsigned char> packed; size_t size; std::string decoded; } rows[] = {
         {"AB", {0x2C, 0xCF}, 2, "AB"},
         {"a1", {0x97, 0xF3, 0x1F}, 3, "a1"},
         {"", {}, 0, ""},

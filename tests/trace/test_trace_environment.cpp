@@ -52,10 +52,8 @@ protected:
 }  // namespace
 
 TEST_F(TraceEnvironmentTest, BufferSizeValues) {
-    struct Row {
-        const char* value;
-        uint32_t size;
-    } rows[] = {{nullptr, 65535}, {"0", 4096},  {"100000", 16777216}, {"not a number", 4096},
+    struct Row { const char* value; uint32_t size; } rows[] = {
+        {nullptr, 65535}, {"0", 4096},  {"100000", 16777216}, {"not a number", 4096},
                 {"-5", 4096},     {"5", 5120},  {"16383", 16776192},  {"99999999999999999999", 16777216}};
     for (const Row& row : rows) {
         ScopedEnv size("KIVTENV_TRACE_BUFSIZE", row.value);

@@ -26,10 +26,7 @@ std::set<unsigned> allBut(unsigned removed) {
 }  // namespace
 
 TEST(TraceFilter, ComponentSetTextsListExactlyTheirIds) {
-    struct Row {
-        const char* text;
-        std::set<unsigned> ids;
-    } rows[] = {
+    struct Row { const char* text; std::set<unsigned> ids; } rows[] = {
         {"5", {5}},          {"5.3", {}},           {"0.9", {}},         {"300", {}},
         {"-4", {}},          {"*,-4", allBut(4)},   {"1.5,-3", {1, 2, 4, 5}},
         {"3,10.12", {3, 10, 11, 12}},               {"+3, x7y ,9", {3, 7, 9}},
@@ -69,12 +66,7 @@ TEST(TraceFilter, RecordingAndFormattingTests) {
     filter.disableComponentId(0);  // id 0 passes whatever its bit says
     filter.setProcessId("100");
     filter.setThreadId("not a number");
-    struct Row {
-        KivEnTraceDetail detail;
-        unsigned component;
-        uint32_t pid;
-        bool recorded, formatted;
-    } rows[] = {
+    struct Row { KivEnTraceDetail detail; unsigned component; uint32_t pid; bool recorded, formatted; } rows[] = {
         {KIV_TRACE_DETAIL_LOW, 1, 100, true, true},       {KIV_TRACE_DETAIL_MED, 1, 100, false, false},
         {KIV_TRACE_DETAIL_LOW, 9, 100, false, false},     {KIV_TRACE_DETAIL_LOW, 0, 100, true, true},
         {KIV_TRACE_DETAIL_LOW, 256 + 9, 100, false, false},  // tested by its low 8 bits

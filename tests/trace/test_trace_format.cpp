@@ -69,11 +69,7 @@ TEST_F(TraceFormatTest, DefaultFormatExactOutput) {
 }
 
 TEST_F(TraceFormatTest, ScalarRenderings) {
-    struct Row {
-        uint32_t type;
-        std::string data;
-        const char* text;
-    } rows[] = {
+    struct Row { uint32_t type; std::string data; const char* text; } rows[] = {
         {KIV_TRACE_TYPE_BOOL, std::string(1, '\2'), "TRUE"}, {KIV_TRACE_TYPE_INT8, "\xFF", "0xFFFFFFFF/-1"},
         {KIV_TRACE_TYPE_INT8, "A", "0x41/65/'A'"},          {KIV_TRACE_TYPE_UINT8, "\xC8", "0xC8/200"},
         {KIV_TRACE_TYPE_INT16, bytesOf<int16_t>(-300), "-300"},
@@ -92,10 +88,7 @@ TEST_F(TraceFormatTest, ScalarRenderings) {
 TEST_F(TraceFormatTest, FormatVariablesAndEscapes) {
     const RawRecord r{KIV_TRACE_TYPE_INT8, "msg", "fn", "x", 3, 9, 300, 100, 200};
     vars_.set("DETAIL", "HIGH");
-    struct Row {
-        const char* format;
-        const char* text;
-    } rows[] = {
+    struct Row { const char* format; const char* text; } rows[] = {
         {"%%|%q|\\t|\\\\|\\x|%X|%l|%c|%p|%t|%s", "%|%|\t|\\|x|signed integer (8 bits)|HIGH|9|100|200|300"},
         {"a%", "a%"}, {"a\\", "a"}, {"%m %m", "msg msg"}, {"", ""},
         {"%d/%d", "0x78/120/'x'/"},  // only the first %d prints the data
@@ -177,10 +170,7 @@ TEST_F(TraceFormatTest, NestingIndentationFunctionNamesAndHex) {
         {KIV_TRACE_TYPE_UINT16, "x", "main", bytesOf<uint16_t>(7)},
         {KIV_TRACE_TYPE_FUNCTION_EXIT, "", "main", bytesOf<int32_t>(0), 0},
     };
-    struct Row {
-        void (*options)(KivClTraceFormatter&);
-        const char* text;
-    } rows[] = {
+    struct Row { void (*options)(KivClTraceFormatter&); const char* text; } rows[] = {
         {[](KivClTraceFormatter& f) { f.nest = true, f.everyFunctionName = false, f.setDisplayIndentation(".."); },
          "main:  Nesting level: 1\n..: v 5\n..inner:  Nesting level: 2\n....: w 6\n....:  Nesting level: 1\n"
          "..main: x 7\n..:  Nesting level: 0\n"},
@@ -203,11 +193,7 @@ TEST_F(TraceFormatTest, BinaryNotationOfIntegralData) {
     const auto bin = [](KivClTraceFormatter& f) { f.bin = true; };
     const auto both = [](KivClTraceFormatter& f) { f.bin = true, f.hex = true, f.setDisplayIndentation(">"); };
     const std::string pad = " ________ ________ ________  ________ ________ ________ ________ | ";
-    struct Row {
-        RawRecord record;
-        void (*options)(KivClTraceFormatter&);
-        std::string text;
-    } rows[] = {
+    struct Row { RawRecord record; void (*options)(KivClTraceFormatter&); std::string text; } rows[] = {
         {{KIV_TRACE_TYPE_UINT8, "", "", "A"}, bin, "0x41/65/'A'\nBIN: 01000001" + pad + "A_______"},
         {{KIV_TRACE_TYPE_BOOL, "", "", std::string(1, '\0')}, bin, "FALSE\nBIN: 00000000" + pad + "._______"},
         {{KIV_TRACE_TYPE_INT16, "", "", bytesOf<int16_t>(-2)}, bin,
@@ -271,13 +257,8 @@ TEST_F(TraceFormatTest, FormatterFilterAndBuiltInTexts) {
 TEST_F(TraceFormatTest, DamagedFilesEndWithTheRightException) {
     const RawRecord ok{KIV_TRACE_TYPE_NO_DATA, "ok", "", ""};
     const std::set<unsigned long> eofLines = {186, 247, 277, 323, 342, 644};
-    struct Row {
-        RawRecord bad;
-        size_t cut;  // bytes removed from the end of the file
-        const char* format;
-        const char* printed;
-        unsigned long line;
-    } rows[] = {
+    // cut: bytes removed from the end of the file.
+    struct Row { RawRecord bad; size_t cut; const char* format; const char* printed; unsigned long line; } rows[] = {
         {{7, "a", "", "12345"}, 0, "%m:%d|", "ok:|a:", 364},           // address of 5 bytes
         {{3, "b", "", "x"}, 0, "%m:%d|", "ok:|b:", 433},               // no-data record with data
         {{4, "c", "", "0123456789"}, 6, "%m:%d|", "ok:|c:\n", 277},    // cut inside hex data

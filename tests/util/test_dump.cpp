@@ -93,10 +93,7 @@ TEST(Dump, AddressPrintsAsAStreamDoes) {
 }
 
 TEST(Dump, EndianConversionsSwapWholeUnitsOnly) {
-    struct Row {
-        unsigned count;
-        const char* after;
-    } rows[] = {{0, "12345"}, {1, "12345"}, {2, "21345"}, {5, "21435"}};
+    struct Row { unsigned count; const char* after; } rows[] = {{0, "12345"}, {1, "12345"}, {2, "21345"}, {5, "21435"}};
     for (const Row& row : rows) {
         unsigned short storage[3] = {};
         char* text = reinterpret_cast<char*>(storage);

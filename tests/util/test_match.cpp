@@ -46,12 +46,7 @@ std::string randomText(std::mt19937& rng, const std::string& alphabet, size_t ma
 }  // namespace
 
 TEST(Wildcard, CasesAndRuns) {
-    const struct {
-        const char* pattern;
-        const char* text;
-        bool caseSensitive;
-        bool matches;
-    } cases[] = {
+    const struct { const char* pattern; const char* text; bool caseSensitive; bool matches; } cases[] = {
         {"*.ini", "a.ini", true, true},       {"*.ini", ".ini", true, true},
         {"a?c", "ac", true, false},           {"**", "", true, true},
         {"*?", "", true, false},              {"", "", true, true},

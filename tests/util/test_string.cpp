@@ -33,20 +33,18 @@ TEST(NumberToText, SignedAndUnsignedLimits) {
 }
 
 TEST(StringFind, CaseRulesAndEmptyInput) {
-    const char* text = "aab";
-    EXPECT_EQ(kivStrFind(text, "AB", true), text + 1);
-    EXPECT_EQ(kivStrFind(text, "AB", false), nullptr);
-    EXPECT_EQ(kivStrFind(text, "ab", false), text + 1);
-    EXPECT_EQ(kivStrFind(text, "", true), text);
-    EXPECT_EQ(kivStrFind(text, "", false), text);
-    const char* empty = "";
-    EXPECT_EQ(kivStrFind(empty, "", true), empty);
-    EXPECT_EQ(kivStrFind("", "a", true), nullptr);
-    EXPECT_EQ(kivStrFind("ab", "abc", true), nullptr);  // needle longer than haystack
-    const char* tail = "xxxxxEnD";
-    EXPECT_EQ(kivStrFind(tail, "end", true), tail + 5);  // match at the very end
-    const char* overlap = "aaaab";
-    EXPECT_EQ(kivStrFind(overlap, "AAB", true), overlap + 2);
+    // {haystack, needle, ignoreCase, offset of the match or -1}
+    const struct { const char *text, *needle; bool ignoreCase; long at; } rows[] = {
+        {"aab", "AB", true, 1},   {"aab", "AB", false, -1},  {"aab", "ab", false, 1}, {"aab", "", true, 0},
+        {"aab", "", false, 0},    {"", "", true, 0},         {"", "a", true, -1},
+        {"ab", "abc", true, -1},  // needle longer than haystack
+        {"xxxxxEnD", "end", true, 5},  // match at the very end
+        {"aaaab", "AAB", true, 2},
+    };
+    for (const auto& row : rows) {
+        const char* found = kivStrFind(row.text, row.needle, row.ignoreCase);
+        EXPECT_EQ(found == nullptr ? -1 : found - row.text, row.at) << row.text << " / " << row.needle;
+    }
     char mutableText[] = "Hello World";
     char* found = kivStrFind(mutableText, "WORLD", true);
     ASSERT_NE(found, nullptr);
@@ -103,26 +101,23 @@ TEST(CaseConversion, InPlaceAndReturnsText) {
 }
 
 TEST(CaseInsensitiveCompare, FoldingDirectionAndLimits) {
-    EXPECT_EQ(strcmpi("Hello", "hELLO"), 0);
-    EXPECT_EQ(strcmpi("", ""), 0);
+    // strcmpi folds up: '_' (95) against 'A' (65) is positive, while strncmpi
+    // and memicmp fold down: '_' against 'a' (97) is negative. NULs stop
+    // strncmpi but not memicmp.
+    using Compare = int (*)(const char*, const char*, size_t);
+    const Compare n = [](const char* a, const char* b, size_t count) { return strncmpi(a, b, count); };
+    const Compare mem = [](const char* a, const char* b, size_t count) { return memicmp(a, b, count); };
+    const Compare whole = [](const char* a, const char* b, size_t) { return strcmpi(a, b); };
+    const struct { Compare compare; const char *a, *b; size_t count; int expected; } rows[] = {
+        {whole, "Hello", "hELLO", 0, 0},   {whole, "", "", 0, 0},          {whole, "_", "a", 0, 95 - 65},
+        {n, "_", "a", 1, 95 - 97},         {mem, "_", "a", 1, 95 - 97},    {n, "HIGHER", "HIGH", 4, 0},
+        {n, "abc", "xyz", 0, 0},           {n, "aBc", "AbC", 100, 0},      {n, "ab", "abc", 3, -'c'},
+        {n, "Abc", "aBd", 3, 'c' - 'd'},   {mem, "AbC", "aBc", 3, 0},      {mem, "a\0b", "A\0B", 3, 0},
+        {mem, "a\0b", "A\0c", 3, 'b' - 'c'}, {mem, "xyz", "abc", 0, 0},
+    };
+    for (const auto& row : rows) EXPECT_EQ(row.compare(row.a, row.b, row.count), row.expected) << row.a << " / " << row.b;
     EXPECT_LT(strcmpi("abc", "ABD"), 0);
     EXPECT_GT(strcmpi("abcd", "ABC"), 0);
     EXPECT_LT(strcmpi("", "a"), 0);
-    // strcmpi folds up: '_' (95) against 'A' (65) is positive ...
-    EXPECT_EQ(strcmpi("_", "a"), 95 - 65);
-    // ... while strncmpi and memicmp fold down: '_' against 'a' (97) is negative.
-    EXPECT_EQ(strncmpi("_", "a", 1), 95 - 97);
-    EXPECT_EQ(memicmp("_", "a", 1), 95 - 97);
-
-    EXPECT_EQ(strncmpi("HIGHER", "HIGH", 4), 0);
     EXPECT_NE(strncmpi("HIGHER", "HIGH", 5), 0);
-    EXPECT_EQ(strncmpi("abc", "xyz", 0), 0);
-    EXPECT_EQ(strncmpi("aBc", "AbC", 100), 0);  // stops after the NUL of a
-    EXPECT_EQ(strncmpi("ab", "abc", 3), -'c');
-    EXPECT_EQ(strncmpi("Abc", "aBd", 3), 'c' - 'd');
-
-    EXPECT_EQ(memicmp("AbC", "aBc", 3), 0);
-    EXPECT_EQ(memicmp("a\0b", "A\0B", 3), 0);  // NULs do not stop memicmp
-    EXPECT_EQ(memicmp("a\0b", "A\0c", 3), 'b' - 'c');
-    EXPECT_EQ(memicmp("xyz", "abc", 0), 0);
 }
