@@ -1,7 +1,7 @@
 // Formats arbitrary bytes as a trace file: every input must end in printed
 // records or one of the formatter's fatal exceptions, never out of bounds.
 // The first byte also selects the options and whether the bytes are read as
-// a component set text.
+// a component set, detail level and process and thread id text.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -19,8 +19,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
     const uint8_t options = data[0];
     if (options & 0x80) {
+        const std::string text(reinterpret_cast<const char*>(data + 1), size - 1);
         KivClTraceFilter filter;
-        filter.enableComponentIds(std::string(reinterpret_cast<const char*>(data + 1), size - 1).c_str());
+        filter.enableComponentIds(text.c_str());
+        filter.setDetail(text.c_str());
+        const int detail = filter.getDetail();
+        if (detail < KIV_TRACE_DETAIL_OFF || detail > KIV_TRACE_DETAIL_HIGH) abort();
+        filter.setProcessId(text.c_str());
+        filter.setThreadId(text.c_str());
         return 0;
     }
     if (FILE* file = fopen(path.c_str(), "wb")) {
