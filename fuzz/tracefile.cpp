@@ -13,9 +13,13 @@
 #include "kiv_traceformat.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const std::string path = "/tmp/kiv_fuzz_trace." + std::to_string(getpid());
-    static bool once = (setenv("KIVFUZZ_TRACE_FILE", path.c_str(), 1), true);
-    (void)once;
+    // A memory file system where there is one: the file is rewritten per input.
+    static const std::string path = std::string(access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp") +
+                                    "/kiv_fuzz_trace." + std::to_string(getpid());
+    static const struct Cleanup {
+        Cleanup() { setenv("KIVFUZZ_TRACE_FILE", path.c_str(), 1); }
+        ~Cleanup() { unlink(path.c_str()); }
+    } cleanup;
     if (size == 0) return 0;
     const uint8_t options = data[0];
     if (options & 0x80) {
