@@ -3,6 +3,7 @@
 #define KIV_TRACE_TEST_HELPERS_HPP
 
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -50,10 +51,14 @@ inline std::string makeRecord(const RawRecord& r) {
     return std::string(reinterpret_cast<const char*>(&header), sizeof(header)) + r.message + r.function + r.data;
 }
 
-// The bytes of a value in host order.
+// The bytes of a value in host order. Padding bytes (six in a long double)
+// are zero rather than whatever the stack held, so files written from them
+// are fully defined.
 template <typename T>
 std::string bytesOf(T value) {
-    return std::string(reinterpret_cast<const char*>(&value), sizeof(value));
+    alignas(T) unsigned char storage[sizeof(T)] = {};
+    new (storage) T(value);
+    return std::string(reinterpret_cast<const char*>(storage), sizeof(T));
 }
 
 }  // namespace kivtest
