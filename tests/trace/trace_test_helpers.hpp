@@ -3,7 +3,8 @@
 #define KIV_TRACE_TEST_HELPERS_HPP
 
 #include <memory>
-#include <new>
+#include <cfloat>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -51,14 +52,21 @@ inline std::string makeRecord(const RawRecord& r) {
     return std::string(reinterpret_cast<const char*>(&header), sizeof(header)) + r.message + r.function + r.data;
 }
 
-// The bytes of a value in host order. Padding bytes (six in a long double)
-// are zero rather than whatever the stack held, so files written from them
-// are fully defined.
+// The bytes of a value in host order.
 template <typename T>
 std::string bytesOf(T value) {
-    alignas(T) unsigned char storage[sizeof(T)] = {};
-    new (storage) T(value);
-    return std::string(reinterpret_cast<const char*>(storage), sizeof(T));
+    return std::string(reinterpret_cast<const char*>(&value), sizeof(value));
+}
+
+// A long double in x87 extended format fills 10 of its bytes; the padding
+// after them is written as zeros rather than whatever the stack held, so
+// files made from it are fully defined.
+template <>
+inline std::string bytesOf<long double>(long double value) {
+    constexpr size_t significant = LDBL_MANT_DIG == 64 ? 10 : sizeof(long double);
+    std::string bytes(sizeof(long double), '\0');
+    std::memcpy(&bytes[0], &value, significant);
+    return bytes;
 }
 
 }  // namespace kivtest
