@@ -1,15 +1,18 @@
 // Trace files in shared places: a symbolic link planted at the default name
 // in the temporary directory is never followed, and processes tracing under
-// one key into one file never split each other's records.
+// one key into one file never split each other's records, nor does the ring
+// hand over part of a record that fits it.
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <cstring>
 #include <map>
 
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "kiv_tracebuffer.hpp"
 #include "kiv_traceentry.hpp"
 #include "trace_test_helpers.hpp"
 
@@ -40,7 +43,60 @@ std::string payload(int writer, int record) {
     return data;
 }
 
+// Every hand-over of a ring, as one run of bytes.
+int collectHandOver(const _KivStTraceBufferCallBackInfo& info) {
+    auto& handOvers = *static_cast<std::vector<std::string>*>(info.userData);
+    std::string bytes(info.firstPart, info.firstLength);
+    if (info.secondPart != nullptr) bytes.append(info.secondPart, info.secondLength);
+    handOvers.push_back(bytes);
+    return 0;
+}
+
+// The count of whole records in bytes, or -1 when the last one is cut.
+int wholeRecords(const std::string& bytes) {
+    int count = 0;
+    size_t at = 0;
+    while (at + sizeof(_KivStTraceRecordHeader) <= bytes.size()) {
+        _KivStTraceRecordHeader header;
+        std::memcpy(&header, bytes.data() + at, sizeof header);
+        at += sizeof header + header.length1 + header.length2 + header.dataLength;
+        ++count;
+    }
+    return at == bytes.size() ? count : -1;
+}
+
 }  // namespace
+
+TEST(TraceRingHandOver, RecordsSmallerThanTheRingAreNeverSplit) {
+    kivtest::TempDir dir;
+    kivtest::TraceKeyEnv vars("KIVTWHOLE", dir);
+    const KivClTraceEnvironment environment("KIVTWHOLE", nullptr, true);
+    KivClResourceKeySemaphore key("KIVTWHOLE", nullptr);
+    std::vector<char> memory(24 + 150, '\0');  // a 150-byte ring
+    KivClTraceBufferManager ring(key, memory.data(), static_cast<uint32_t>(memory.size()));
+    std::vector<std::string> handOvers;
+    ring.setOverflowCallBack(collectHandOver, &handOvers);
+    const std::string data(140, 'd');
+    size_t written = 0;
+    for (unsigned i = 0; i < 200; ++i) {
+        // 22 to 141 bytes a record, so that records keep reaching the end of
+        // the ring at every offset, some exactly on its last byte.
+        const unsigned length = (i * 37) % 120;
+        const KivClTraceEntry entry(environment, KIV_TRACE_DETAIL_LOW, 1, KIV_TRACE_TYPE_DATA, "f", "m",
+                                    data.data(), length);
+        ring.write(entry);
+        written += entry.getHeaderAndTextLength() + length;
+    }
+    ring.flush();
+    std::string all;
+    for (size_t i = 0; i < handOvers.size(); ++i) {
+        all += handOvers[i];
+        EXPECT_GE(wholeRecords(handOvers[i]), 0) << "hand-over " << i << " cuts a record";
+    }
+    EXPECT_GT(handOvers.size(), 100u);
+    EXPECT_EQ(all.size(), written);
+    EXPECT_EQ(wholeRecords(all), 200);
+}
 
 TEST(TraceFileSafety, LinkPlantedAtTheDefaultNameIsNotFollowed) {
     kivtest::TempDir dir;
