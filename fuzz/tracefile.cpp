@@ -37,9 +37,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         fwrite(data + 1, 1, size - 1, file);
         fclose(file);
     }
-    KivClTraceEnvironment environment("KIVFUZZ", nullptr, true);
-    KivClTraceFilter everything;
-    everything.setDetail("HIGH");
+    // One environment for every input: it only names the file.
+    static KivClTraceEnvironment environment("KIVFUZZ", nullptr, true);
+    static const KivClTraceFilter everything = [] {
+        KivClTraceFilter filter;
+        filter.setDetail("HIGH");
+        return filter;
+    }();
     KivClTraceFormatter formatter(environment, &everything);
     formatter.nest = options & 1;
     formatter.hex = options & 2;
