@@ -1,4 +1,5 @@
-// Converts arbitrary bytes with one converter of every conversion method.
+// Converts arbitrary bytes with converters that together use every
+// conversion method (checked once at start).
 // The first input byte picks the converter, the rest is the source; the
 // target is a heap block of exactly the size the converter announces, so the
 // address sanitizer catches any write past it, and the result must stay
@@ -22,11 +23,22 @@ std::vector<std::unique_ptr<KivClConverterABase>> makeConverters() {
     for (unsigned int ccsid : {1208u, 13488u, 65500u, 37u, 437u, 930u, 301u, 936u, 9146u}) {
         all.emplace_back(new KivClCodePage2UnicodeConverter(KivClCCSID(ccsid)));
     }
-    for (unsigned int ccsid : {819u, 500u, 850u, 1208u, 1386u, 61699u}) {
+    for (unsigned int ccsid : {819u, 500u, 850u, 1208u, 1386u, 61699u, 65500u, 13488u, 99999u}) {
         all.emplace_back(new KivClUnicode2CodePageConverter(KivClCCSID(ccsid)));
     }
     all.emplace_back(new KivClCodePage2UTF8Converter(KivClCCSID(930)));
     all.emplace_back(new KivClCodePage2CodePageConverter(KivClCCSID(1208), KivClCCSID(37)));
+    // Every conversion method must be behind one of the converters.
+    for (KivClConverterABase::KivPfnConversionMethod method :
+         {kivConvertError, kivConvertByCopying, kivConvertByEndianSwap, kivConvertByTablesSBCS_ASCIItoUCS2,
+          kivConvertByTablesSBCS_EBCDICtoUCS2, kivConvertByTablesDBCS_ASCIItoUCS2,
+          kivConvertByTablesDBCS_EBCDICtoUCS2, kivConvertByTablesUCS2toSBCS, kivConvertByAlgorithmUCS2to819,
+          kivConvertByAlgorithmUTF8toUCS2, kivConvertByAlgorithmUCS2toUTF8, kivConvertByUsingIconv,
+          kivConvertByAlgorithmIcuToUnicode, kivConvertByAlgorithmIcuFromUnicode}) {
+        bool used = false;
+        for (const auto& converter : all) used = used || converter->getMethod() == method;
+        check(used);
+    }
     return all;
 }
 

@@ -5,9 +5,14 @@
 // offsets from the buffer start, so it stays valid wherever the buffer is
 // mapped; the rest is the ring. Whenever the write position reaches the end
 // of the ring, and on every flush, the bytes written since the last hand-over
-// go to the callback in order, so a record split across the end of the ring
-// still reaches the file whole. Without a callback the ring overwrites its
-// oldest bytes.
+// go to the callback in order. A record written with write(entry) that is
+// smaller than the ring never straddles two hand-overs: when it reaches the
+// end of the ring the hand-over follows right after it, and when the unsaved
+// bytes and the record would not fit the ring together the unsaved bytes are
+// handed over first. So processes appending to one trace file never split
+// each other's records. (A record larger than the ring is handed over at each
+// wrap like raw bytes.) Without a callback the ring overwrites its oldest
+// bytes.
 //
 // Failure policy: nothing here throws or allocates. The autosave handler
 // reports open, write and close problems only in verbose mode; the bytes
@@ -110,6 +115,11 @@ public:
 
 private:
     char* base() const { return reinterpret_cast<char*>(header_); }
+    // The ring write; handOverAtEnd calls overflow() on reaching the end of
+    // the ring. True when the end was reached.
+    bool ringWrite(const char* from, uint32_t count, bool handOverAtEnd);
+    // Bytes written since the last hand-over.
+    uint32_t pendingBytes() const;
 
     KivClResourceKeySemaphore& semaphore_;
     _KivStTraceBufferHeader* header_;
@@ -123,7 +133,8 @@ extern "C" {
 // The autosave callback; info.userData is the KivClTraceEnvironment. Appends
 // both parts to the environment's trace file (created with mode 0666 less the
 // umask, opened without following a symbolic link; anything but a regular
-// file is refused). With verbose settings it prints "[KIV: TRACE: ...]" lines
+// file is refused). Both parts go to the file in one writev call, so that
+// hand-overs of processes sharing the file do not interleave. With verbose settings it prints "[KIV: TRACE: ...]" lines
 // about the file to standard output. Returns the close result (0), or -1 when
 // the file could not be opened or is not a regular file.
 int kivTraceBufferOverflowHandler(const _KivStTraceBufferCallBackInfo& info);

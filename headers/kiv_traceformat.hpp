@@ -53,6 +53,10 @@ public:
     static constexpr unsigned long MSG_NESTING_LEVEL = 192;
     // Size of the last-function-name buffer.
     static constexpr uint32_t FUNCTION_NAME_BUFFER = 512;
+    // Most indentation texts printed after one line break. The nesting level
+    // comes from the file, so a damaged or hostile one could otherwise ask
+    // for billions of them per line; deeper levels are indented as this one.
+    static constexpr int32_t MAX_INDENT_LEVELS = 256;
 
     // Module texts of the fatal exceptions, "kiv_trace_format:<line>".
     static constexpr const char* MODULE_BAD_TYPE = "kiv_trace_format:149";
@@ -86,7 +90,8 @@ public:
     const char* getMessage(unsigned long id);
 
     // The texts are not copied: the caller keeps them alive. Null restores
-    // the environment's format / no indentation.
+    // the environment's format / no indentation. The indentation text is
+    // printed once per nesting level, at most MAX_INDENT_LEVELS times.
     void setFormatString(const char* text);
     void setDisplayIndentation(const char* text) { indentation_ = text; }
     // Another filter (not copied); null restores the settings' filter.

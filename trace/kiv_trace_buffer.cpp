@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include "foundation/kiv_fdio.hpp"
@@ -47,27 +48,49 @@ void KivClTraceBufferManager::setOverflowCallBack(KivPfuTraceBufferCallBack call
 void KivClTraceBufferManager::write(const KivClTraceEntry& entry) {
     KivClTraceBufferAccessSemaphore guard(semaphore_);
     dirty_ = true;
-    write(entry.getHeaderAndText(), entry.getHeaderAndTextLength());
-    if (entry.getData() != nullptr) write(entry.getData(), entry.getDataLength());
+    const uint32_t textLength = entry.getHeaderAndTextLength();
+    const uint32_t dataLength = entry.getData() != nullptr ? entry.getDataLength() : 0;
+    const uint64_t total = static_cast<uint64_t>(textLength) + dataLength;
+    // A record smaller than the ring goes to the callback in one piece: make
+    // room for it without overtaking unsaved bytes, and hand over after it
+    // when it reached the end of the ring instead of in its middle.
+    const bool whole = callback_ != nullptr && total < header_->capacity;
+    if (whole && pendingBytes() + total >= header_->capacity) overflow();
+    bool wrapped = ringWrite(reinterpret_cast<const char*>(entry.getHeaderAndText()), textLength, !whole);
+    if (dataLength != 0) {
+        wrapped = ringWrite(static_cast<const char*>(entry.getData()), dataLength, !whole) || wrapped;
+    }
+    if (whole && wrapped) overflow();
 }
 
 void KivClTraceBufferManager::write(const void* bytes, uint32_t count) {
-    if (header_->capacity == 0) return;
-    const char* from = static_cast<const char*>(bytes);
+    ringWrite(static_cast<const char*>(bytes), count, true);
+}
+
+bool KivClTraceBufferManager::ringWrite(const char* from, uint32_t count, bool handOverAtEnd) {
+    if (header_->capacity == 0) return false;
+    bool wrapped = false;
     while (count > 0) {
         const uint32_t space = header_->last - header_->write + 1;
         if (count < space) {
             memcpy(base() + header_->write, from, count);
             header_->write += count;
-            return;
+            return wrapped;
         }
         memcpy(base() + header_->write, from, space);
         header_->write += space;
-        overflow();
+        if (handOverAtEnd) overflow();
         header_->write = header_->first;
         from += space;
         count -= space;
+        wrapped = true;
     }
+    return wrapped;
+}
+
+uint32_t KivClTraceBufferManager::pendingBytes() const {
+    if (header_->saved <= header_->write) return header_->write - header_->saved;
+    return header_->capacity - (header_->saved - header_->write);
 }
 
 void KivClTraceBufferManager::overflow() {
@@ -110,6 +133,33 @@ int openTraceFileForAppend(const char* path, struct stat& status) {
     return fd;
 }
 
+// Appends both parts with one writev call, so that a hand-over lands whole
+// even when other processes append to the same file; only after a short
+// write (a full disk, a signal) does the rest follow in further calls.
+// Returns the count of bytes written.
+uint32_t writeHandOver(int fd, const _KivStTraceBufferCallBackInfo& info) {
+    iovec parts[2];
+    int count = 0;
+    if (info.firstLength != 0) parts[count++] = {const_cast<char*>(info.firstPart), info.firstLength};
+    if (info.secondLength != 0) parts[count++] = {const_cast<char*>(info.secondPart), info.secondLength};
+    if (count == 0) return 0;
+    const ssize_t done = writev(fd, parts, count);
+    if (done < 0) return 0;
+    size_t written = static_cast<size_t>(done);
+    size_t skip = written;
+    for (int i = 0; i < count; ++i) {
+        const size_t length = parts[i].iov_len;
+        if (skip >= length) {
+            skip -= length;
+            continue;
+        }
+        if (!kivWriteAll(fd, static_cast<const char*>(parts[i].iov_base) + skip, length - skip)) break;
+        written += length - skip;
+        skip = 0;
+    }
+    return static_cast<uint32_t>(written);
+}
+
 }  // namespace
 
 int kivTraceBufferOverflowHandler(const _KivStTraceBufferCallBackInfo& info) {
@@ -131,13 +181,7 @@ int kivTraceBufferOverflowHandler(const _KivStTraceBufferCallBackInfo& info) {
             printf("[KIV: TRACE: file exists with size: %lld]\n", static_cast<long long>(status.st_size));
         }
     }
-    uint32_t written = 0;
-    if (info.firstLength != 0 && kivWriteAll(fd, info.firstPart, info.firstLength)) {
-        written += info.firstLength;
-    }
-    if (info.secondLength != 0 && kivWriteAll(fd, info.secondPart, info.secondLength)) {
-        written += info.secondLength;
-    }
+    const uint32_t written = writeHandOver(fd, info);
     const int result = close(fd);
     if (verbose) {
         printf("[KIV: TRACE: bytes written: %u file status: %d]\n", written, result);

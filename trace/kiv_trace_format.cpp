@@ -289,7 +289,8 @@ void KivClTraceFormatter::printLineBreak() {
 
 void KivClTraceFormatter::displayIndent() {
     if (indentation_ == nullptr) return;
-    for (int32_t level = 0; level < nestingLevel_; ++level) *output_ << indentation_;
+    const int32_t levels = nestingLevel_ < MAX_INDENT_LEVELS ? nestingLevel_ : MAX_INDENT_LEVELS;
+    for (int32_t level = 0; level < levels; ++level) *output_ << indentation_;
 }
 
 void KivClTraceFormatter::displayBuffer(const char* text, uint32_t length) {

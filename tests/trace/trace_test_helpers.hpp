@@ -3,6 +3,8 @@
 #define KIV_TRACE_TEST_HELPERS_HPP
 
 #include <memory>
+#include <cfloat>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -54,6 +56,17 @@ inline std::string makeRecord(const RawRecord& r) {
 template <typename T>
 std::string bytesOf(T value) {
     return std::string(reinterpret_cast<const char*>(&value), sizeof(value));
+}
+
+// A long double in x87 extended format fills 10 of its bytes; the padding
+// after them is written as zeros rather than whatever the stack held, so
+// files made from it are fully defined.
+template <>
+inline std::string bytesOf<long double>(long double value) {
+    constexpr size_t significant = LDBL_MANT_DIG == 64 ? 10 : sizeof(long double);
+    std::string bytes(sizeof(long double), '\0');
+    std::memcpy(&bytes[0], &value, significant);
+    return bytes;
 }
 
 }  // namespace kivtest
