@@ -34,44 +34,54 @@ protected:
     KivClStringRepresentationABase& operator=(const KivClStringRepresentationABase&) = default;
 };
 
-// One hexadecimal dump line of up to 16 bytes: an optional address
-// ("0000001F: "), 16 columns of two upper-case digits and a blank ("__ " past
-// the data, one more blank after column 8, "| " after column 16), then the
-// bytes as characters ("." for unprintable ones, "_" past the data).
-class KivClStrepHexDump : public KivClStringRepresentationABase {
+// What the dump lines share: the text in a fixed array of Capacity
+// characters and its optional address part.
+template <unsigned Capacity>
+class KivClStrepDumpLineABase : public KivClStringRepresentationABase {
 public:
-    static constexpr unsigned BYTES_PER_LINE = 16, CAPACITY = 80;
+    static constexpr unsigned CAPACITY = Capacity;
+
+    // Appends the address part ("0000001F: "); addData then appends the
+    // columns and characters.
+    void addAddress(unsigned long address);
+    const char* getAsCString() const override { return text_; }
+
+protected:
+    KivClStrepDumpLineABase() { text_[0] = '\0'; }
+
+    char text_[Capacity + 1];
+    unsigned length_ = 0;
+};
+
+// The library holds the two line sizes it uses.
+extern template class KivClStrepDumpLineABase<80>;
+extern template class KivClStrepDumpLineABase<95>;
+
+// One hexadecimal dump line of up to 16 bytes: an optional address, 16
+// columns of two upper-case digits and a blank ("__ " past the data, one
+// more blank after column 8, "| " after column 16), then the bytes as
+// characters ("." for unprintable ones, "_" past the data).
+class KivClStrepHexDump : public KivClStrepDumpLineABase<80> {
+public:
+    static constexpr unsigned BYTES_PER_LINE = 16;
 
     KivClStrepHexDump(unsigned long address, const void* data, unsigned long count);
     KivClStrepHexDump(const void* data, unsigned long count);
 
-    // Appends the address part; then addData appends the columns and characters.
-    void addAddress(unsigned long address);
     void addData(const void* data, unsigned long count);
-    const char* getAsCString() const override { return text_; }
-
-private:
-    char text_[CAPACITY + 1];
-    unsigned length_ = 0;
 };
 
 // One binary dump line of up to 8 bytes: the same scheme with 8 columns of
 // eight binary digits, most significant first ("________ " past the data),
 // one more blank after column 4 and "| " after column 8.
-class KivClStrepBinDump : public KivClStringRepresentationABase {
+class KivClStrepBinDump : public KivClStrepDumpLineABase<95> {
 public:
-    static constexpr unsigned BYTES_PER_LINE = 8, CAPACITY = 95;
+    static constexpr unsigned BYTES_PER_LINE = 8;
 
     KivClStrepBinDump(unsigned long address, const void* data, unsigned long count);
     KivClStrepBinDump(const void* data, unsigned long count);
 
-    void addAddress(unsigned long address);
     void addData(const void* data, unsigned long count);
-    const char* getAsCString() const override { return text_; }
-
-private:
-    char text_[CAPACITY + 1];
-    unsigned length_ = 0;
 };
 
 // A pointer value as a standard stream prints it: "0x" and lower-case

@@ -89,35 +89,31 @@ void dumpLines(std::ostream& out, const void* data, unsigned long byteCount) {
 
 }  // namespace
 
+template <unsigned Capacity>
+void KivClStrepDumpLineABase<Capacity>::addAddress(unsigned long address) {
+    appendAddress(text_, length_, Capacity, address);
+}
+
+template class KivClStrepDumpLineABase<80>;
+template class KivClStrepDumpLineABase<95>;
+
 KivClStrepHexDump::KivClStrepHexDump(unsigned long address, const void* data, unsigned long count) {
-    text_[0] = '\0';
     addAddress(address);
     addData(data, count);
 }
 
-KivClStrepHexDump::KivClStrepHexDump(const void* data, unsigned long count) {
-    text_[0] = '\0';
-    addData(data, count);
-}
-
-void KivClStrepHexDump::addAddress(unsigned long address) { appendAddress(text_, length_, CAPACITY, address); }
+KivClStrepHexDump::KivClStrepHexDump(const void* data, unsigned long count) { addData(data, count); }
 
 void KivClStrepHexDump::addData(const void* data, unsigned long count) {
     appendColumns<BYTES_PER_LINE, 2, renderHex>(text_, length_, CAPACITY, data, count);
 }
 
 KivClStrepBinDump::KivClStrepBinDump(unsigned long address, const void* data, unsigned long count) {
-    text_[0] = '\0';
     addAddress(address);
     addData(data, count);
 }
 
-KivClStrepBinDump::KivClStrepBinDump(const void* data, unsigned long count) {
-    text_[0] = '\0';
-    addData(data, count);
-}
-
-void KivClStrepBinDump::addAddress(unsigned long address) { appendAddress(text_, length_, CAPACITY, address); }
+KivClStrepBinDump::KivClStrepBinDump(const void* data, unsigned long count) { addData(data, count); }
 
 void KivClStrepBinDump::addData(const void* data, unsigned long count) {
     appendColumns<BYTES_PER_LINE, 8, renderBin>(text_, length_, CAPACITY, data, count);
