@@ -1,6 +1,6 @@
 // Languages and territories: en, en_US, de-ch, x-all.
 //
-// KivClLanguage parses a language specification into two small enumerations
+// KivClLanguage parses a language name such as "de-CH" into two small enumerations
 // that index two fixed, sorted tables (143 languages, 242 territories) and
 // writes them back as short codes (en-us) or long codes (en-usa). Row 0 of
 // each table is "Unspecified"; 143 and 242 mark an invalid language or
@@ -40,8 +40,8 @@ public:
     // character is the separator written by operator<< and looked for by init.
     static const char* const cv_cpszCombiningCharString;
 
-    // Invalid, then init(spec).
-    explicit KivClLanguage(const char* spec);
+    // Invalid, then init(text).
+    explicit KivClLanguage(const char* text);
     // The inverse of asNumber(): language in the upper 16 bits, territory in
     // the lower 16 bits.
     explicit KivClLanguage(unsigned int number);
@@ -51,12 +51,12 @@ public:
     KivEnLanguage getLanguage() const { return language_; }
     KivEnTerritory getTerritory() const { return territory_; }
 
-    // Parses spec: "x-all" and "x-unspecified" (any case) give 0 and 0;
+    // Parses text: "x-all" and "x-unspecified" (any case) give 0 and 0;
     // otherwise the text after the first "-" (or, when there is none, the
     // first "_") must be a whole short territory code, and the first two
     // characters are the language when the third ends the string or is a
-    // separator. A null spec gives an invalid language with territory 0.
-    void init(const char* spec);
+    // separator. A null text gives an invalid language with territory 0.
+    void init(const char* text);
 
     // language-code "-" territory-short-code, always all three ("en-**").
     void extractShortCode(char* out) const;

@@ -420,7 +420,7 @@ static_assert(sizeof(kLanguages) / sizeof(kLanguages[0]) == KivClLanguage::LANGU
 static_assert(sizeof(kTerritories) / sizeof(kTerritories[0]) == KivClLanguage::TERRITORY_INVALID,
               "242 territories");
 
-const char* const kInvalidSpecification = "??";
+const char* const kInvalidName = "??";
 
 }  // namespace
 
@@ -453,8 +453,8 @@ KivClLanguage::KivEnTerritory territoryCodeShort2Enum(const char* code) {
 
 const char* const KivClLanguage::cv_cpszCombiningCharString = "-";
 
-KivClLanguage::KivClLanguage(const char* spec) : language_(LANGUAGE_INVALID), territory_(TERRITORY_INVALID) {
-    init(spec);
+KivClLanguage::KivClLanguage(const char* text) : language_(LANGUAGE_INVALID), territory_(TERRITORY_INVALID) {
+    init(text);
 }
 
 KivClLanguage::KivClLanguage(unsigned int number)
@@ -465,21 +465,21 @@ unsigned int KivClLanguage::asNumber() const {
     return (static_cast<unsigned int>(language_) << 16) | (static_cast<unsigned int>(territory_) & 0xFFFFu);
 }
 
-void KivClLanguage::init(const char* spec) {
-    if (spec == nullptr) spec = "";
-    if (strcmpi(spec, "x-all") == 0 || strcmpi(spec, "x-unspecified") == 0) {
+void KivClLanguage::init(const char* text) {
+    if (text == nullptr) text = "";
+    if (strcmpi(text, "x-all") == 0 || strcmpi(text, "x-unspecified") == 0) {
         language_ = LANGUAGE_UNSPECIFIED;
         territory_ = TERRITORY_UNSPECIFIED;
         return;
     }
     const char combining = cv_cpszCombiningCharString[0];
-    const char* separator = strchr(spec, combining);
-    if (separator == nullptr) separator = strchr(spec, '_');
+    const char* separator = strchr(text, combining);
+    if (separator == nullptr) separator = strchr(text, '_');
     territory_ = separator != nullptr ? territoryCodeShort2Enum(separator + 1) : TERRITORY_UNSPECIFIED;
 
     language_ = LANGUAGE_INVALID;
-    if (spec[0] != '\0' && spec[1] != '\0' && (spec[2] == '\0' || spec[2] == combining || spec[2] == '_')) {
-        const char code[3] = {spec[0], spec[1], '\0'};
+    if (text[0] != '\0' && text[1] != '\0' && (text[2] == '\0' || text[2] == combining || text[2] == '_')) {
+        const char code[3] = {text[0], text[1], '\0'};
         language_ = langCode2Enum(code);
     }
 }
@@ -501,23 +501,23 @@ void KivClLanguage::extractISOShortCode(char* out) const { extract(out, getTerri
 void KivClLanguage::extractISOLongCode(char* out) const { extract(out, getTerritoryCodeLong(territory_), true); }
 
 const char* KivClLanguage::getLanguageCode(KivEnLanguage language) {
-    return language < LANGUAGE_INVALID ? kLanguages[language].code : kInvalidSpecification;
+    return language < LANGUAGE_INVALID ? kLanguages[language].code : kInvalidName;
 }
 
 const char* KivClLanguage::getLanguageName(KivEnLanguage language) {
-    return language < LANGUAGE_INVALID ? kLanguages[language].name : kInvalidSpecification;
+    return language < LANGUAGE_INVALID ? kLanguages[language].name : kInvalidName;
 }
 
 const char* KivClLanguage::getTerritoryCodeShort(KivEnTerritory territory) {
-    return territory < TERRITORY_INVALID ? kTerritories[territory].codeShort : kInvalidSpecification;
+    return territory < TERRITORY_INVALID ? kTerritories[territory].codeShort : kInvalidName;
 }
 
 const char* KivClLanguage::getTerritoryCodeLong(KivEnTerritory territory) {
-    return territory < TERRITORY_INVALID ? kTerritories[territory].codeLong : kInvalidSpecification;
+    return territory < TERRITORY_INVALID ? kTerritories[territory].codeLong : kInvalidName;
 }
 
 const char* KivClLanguage::getTerritoryName(KivEnTerritory territory) {
-    return territory < TERRITORY_INVALID ? kTerritories[territory].name : kInvalidSpecification;
+    return territory < TERRITORY_INVALID ? kTerritories[territory].name : kInvalidName;
 }
 
 int32_t KivClLanguage::getTerritoryIdNumber(KivEnTerritory territory) {
@@ -528,7 +528,7 @@ std::ostream& operator<<(std::ostream& stream, const KivClLanguage& language) {
     const KivClLanguage::KivEnLanguage l = language.getLanguage();
     const KivClLanguage::KivEnTerritory t = language.getTerritory();
     if (l >= KivClLanguage::LANGUAGE_INVALID || t >= KivClLanguage::TERRITORY_INVALID) {
-        return stream << kInvalidSpecification;
+        return stream << kInvalidName;
     }
     stream << KivClLanguage::getLanguageCode(l);
     if (t != KivClLanguage::TERRITORY_UNSPECIFIED) {
