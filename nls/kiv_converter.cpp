@@ -111,16 +111,14 @@ bool KivClConverterABase::openIconv() {
 
 void KivClConverterABase::initCodePage2Unicode() {
     const unsigned int ccsid = source_.getCCSID();
+    // UCS-2 in host byte order is already what the target holds.
+    if (source_.isUCS2HostEndian()) {
+        method_ = kivConvertByCopying;
+        return;
+    }
     switch (ccsid) {
         case KivClCCSID::CCSID_UCS2_BIG_ENDIAN:
             method_ = kivConvertByEndianSwap;
-            return;
-        case KivClCCSID::CCSID_UCS2_ISO10646:
-        case KivClCCSID::CCSID_UCS2:
-        case 17584:
-        case 61955:
-        case KivClCCSID::CCSID_UCS2_LITTLE_ENDIAN:
-            method_ = kivConvertByCopying;
             return;
         case KivClCCSID::CCSID_UTF8:
             method_ = kivConvertByAlgorithmUTF8toUCS2;
@@ -150,6 +148,10 @@ void KivClConverterABase::initCodePage2Unicode() {
 
 void KivClConverterABase::initUnicode2CodePage() {
     const unsigned int ccsid = target_.getCCSID();
+    if (target_.isUCS2HostEndian()) {
+        method_ = kivConvertByCopying;
+        return;
+    }
     switch (ccsid) {
         case KivClCCSID::CCSID_ISO8859_1:
             method_ = kivConvertByAlgorithmUCS2to819;
@@ -158,13 +160,6 @@ void KivClConverterABase::initUnicode2CodePage() {
         case 850:
             method_ = kivConvertByTablesUCS2toSBCS;
             table_ = const_cast<uint8_t*>(kivGetUCS2toSBCSTable(ccsid));
-            return;
-        case KivClCCSID::CCSID_UCS2_ISO10646:
-        case KivClCCSID::CCSID_UCS2:
-        case 17584:
-        case 61955:
-        case KivClCCSID::CCSID_UCS2_LITTLE_ENDIAN:
-            method_ = kivConvertByCopying;
             return;
         case KivClCCSID::CCSID_UTF8:
             method_ = kivConvertByAlgorithmUCS2toUTF8;
