@@ -47,9 +47,8 @@ TEST_F(CatalogProject, BuildsTheCatalogAndRebuildsItFromScratch) {
     {
         const KivClMessageCatalog catalog{KivClFilename(catalogName.c_str())};
         ASSERT_TRUE(catalog.isOpen());
-        EXPECT_STREQ(KivClMessage(catalog, 1).getText(), "first");
-        EXPECT_STREQ(KivClMessage(catalog, 2).getText(), "second");
-        EXPECT_STREQ(KivClMessage(catalog, 3).getText(), "third");
+        EXPECT_EQ(std::string(KivClMessage(catalog, 1).getText()) + KivClMessage(catalog, 2).getText() +
+                      KivClMessage(catalog, 3).getText(), "firstsecondthird");
     }
 
     // Message 3 moved to number 4: the rebuilt catalog lacks 3 (gencat
@@ -83,16 +82,11 @@ TEST_F(CatalogProject, MessageNumberInTwoSourcesFailsTheBuild) {
 
 TEST_F(CatalogProject, RefusesBadArguments) {
     kivtest::writeFile(file("a.msg"), "$set 1\n1 first\n");
-    struct Row {
-        const char* arguments;
-        const char* message;
-    };
-    const Row rows[] = {
-        {"texts", "SOURCES is required"},
-        {"texts OUTPUT x.cat", "SOURCES is required"},
+    const struct { const char* arguments; const char* message; } rows[] = {
+        {"texts", "SOURCES is required"}, {"texts OUTPUT x.cat", "SOURCES is required"},
         {"texts COLOUR red SOURCES a.msg", "unknown arguments: COLOUR;red"},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         writeProject(row.arguments);
         const kivtest::ChildResult result = configure();
         EXPECT_NE(result.exitCode, 0) << row.arguments;

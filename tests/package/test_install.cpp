@@ -6,7 +6,6 @@
 #include <regex>
 #include <set>
 #include <string>
-#include <vector>
 
 #include "kiv_test_support.hpp"
 
@@ -41,37 +40,30 @@ private:
     kivtest::TempDir dir_;
 };
 
+// The library carries its major version as soname.
 TEST_F(InstalledKiv, LaysOutLibraryHeadersToolsAndPackageFiles) {
-    const std::vector<std::string> files = {
-        "/include/kiv/kiv.hpp",        "/include/kiv/kiv_consoleui.hpp",
-        "/bin/kivtracectl",            "/bin/kivtrace2json",          "/bin/kivmsgsource",
-        "/share/man/man1/kivtracectl.1", "/share/kiv/kiv_library.msg",
-    };
-    for (const std::string& file : files) {
+    const std::string lib = std::string("/") + KIV_INSTALL_LIBDIR;
+    for (const std::string& file :
+         {std::string("/include/kiv/kiv.hpp"), std::string("/include/kiv/kiv_consoleui.hpp"),
+          std::string("/bin/kivtracectl"), std::string("/bin/kivtrace2json"), std::string("/bin/kivmsgsource"),
+          std::string("/share/man/man1/kivtracectl.1"), std::string("/share/kiv/kiv_library.msg"),
+          lib + "/libkiv.so", lib + "/libkiv.so.5", lib + "/pkgconfig/kiv.pc", lib + "/cmake/kiv/kivConfig.cmake",
+          lib + "/cmake/kiv/kivConfigVersion.cmake", lib + "/cmake/kiv/kivTargets.cmake",
+          lib + "/cmake/kiv/kivMessageCatalog.cmake"}) {
         EXPECT_TRUE(kivtest::fileExists(prefix() + file)) << file;
-    }
-    const std::vector<std::string> libFiles = {
-        "/libkiv.so", "/libkiv.so.5", "/pkgconfig/kiv.pc", "/cmake/kiv/kivConfig.cmake",
-        "/cmake/kiv/kivConfigVersion.cmake", "/cmake/kiv/kivTargets.cmake",
-        "/cmake/kiv/kivMessageCatalog.cmake",
-    };
-    for (const std::string& file : libFiles) {
-        EXPECT_TRUE(kivtest::fileExists(libdir() + file)) << file;
     }
     EXPECT_EQ(kivtest::readFile(prefix() + "/share/kiv/kiv_library.msg"),
               kivtest::readFile(KIV_SOURCE_DIR "/msgcat/kiv_library.msg"));
-}
-
-TEST_F(InstalledKiv, LibraryCarriesItsMajorVersionAsSoname) {
     const kivtest::ChildResult dynamic = mustRun("readelf -d " + quote(libdir() + "/libkiv.so"));
     EXPECT_NE(dynamic.out.find("Library soname: [libkiv.so.5]"), std::string::npos) << dynamic.out;
-    const kivtest::ChildResult link = mustRun("readlink " + quote(libdir() + "/libkiv.so.5"));
-    EXPECT_EQ(link.out, "libkiv.so.5.24.0\n");
+    EXPECT_EQ(mustRun("readlink " + quote(libdir() + "/libkiv.so.5")).out, "libkiv.so.5.24.0\n");
 }
 
-// The installed tool finds the installed library by itself (no library
-// path set): "-h" shows the usage and help and exits with 201.
-TEST_F(InstalledKiv, TraceControllerRunsFromThePrefix) {
+// The installed tools find the installed library by themselves (no library
+// path set): the trace controller's "-h" shows the usage and help and exits
+// with 201, and every switch of it has its entry in the man page; the
+// generator writes exactly the installed message source.
+TEST_F(InstalledKiv, ToolsRunFromThePrefix) {
     const kivtest::ChildResult help =
         kivtest::runShell("env -u LD_LIBRARY_PATH " + quote(prefix() + "/bin/kivtracectl") + " -h");
     ASSERT_TRUE(help.exited) << help.err;
@@ -80,8 +72,6 @@ TEST_F(InstalledKiv, TraceControllerRunsFromThePrefix) {
     EXPECT_NE(help.out.find("-key <key>"), std::string::npos) << help.out;
     const std::string page = kivtest::readFile(prefix() + "/share/man/man1/kivtracectl.1");
     EXPECT_EQ(page.rfind(".TH KIVTRACECTL 1", 0), 0U) << page.substr(0, 80);
-
-    // Every switch of the tool's usage display has its entry in the page.
     const std::regex switchPattern("[ |\\[(]-([a-zA-Z?]+)");
     std::set<std::string> switches;
     for (std::sregex_iterator it(help.out.begin(), help.out.end(), switchPattern), end; it != end; ++it) {
@@ -91,13 +81,8 @@ TEST_F(InstalledKiv, TraceControllerRunsFromThePrefix) {
     for (const std::string& name : switches) {
         EXPECT_NE(page.find("\\-" + name), std::string::npos) << "-" << name << " is not in the man page";
     }
-}
-
-// The installed generator writes exactly the installed message source.
-TEST_F(InstalledKiv, MessageSourceToolRunsFromThePrefix) {
-    const kivtest::ChildResult written =
-        mustRun("env -u LD_LIBRARY_PATH " + quote(prefix() + "/bin/kivmsgsource"));
-    EXPECT_EQ(written.out, kivtest::readFile(prefix() + "/share/kiv/kiv_library.msg"));
+    EXPECT_EQ(mustRun("env -u LD_LIBRARY_PATH " + quote(prefix() + "/bin/kivmsgsource")).out,
+              kivtest::readFile(prefix() + "/share/kiv/kiv_library.msg"));
 }
 
 // find_package(kiv) gives kiv::kiv and kiv_add_message_catalog; the client
@@ -110,11 +95,9 @@ TEST_F(InstalledKiv, FindPackageClientBuildsAndRuns) {
             " -DCMAKE_CXX_COMPILER=" + quote(KIV_CXX_COMPILER) + " -DCMAKE_CXX_FLAGS=" +
             quote(sanitizerFlags()) + " -DCMAKE_EXE_LINKER_FLAGS=" + quote(sanitizerFlags()));
     mustRun("cmake --build " + quote(build));
-    const kivtest::ChildResult fromCatalog =
-        mustRun(quote(build + "/consumer") + " " + quote(build + "/consumer_messages.cat"));
-    EXPECT_EQ(fromCatalog.out, "open=1 loaded=1 text=YES\n");
-    const kivtest::ChildResult fromTable = mustRun(quote(build + "/consumer"));
-    EXPECT_EQ(fromTable.out, "open=0 loaded=1 text=YES\n");
+    EXPECT_EQ(mustRun(quote(build + "/consumer") + " " + quote(build + "/consumer_messages.cat")).out,
+              "open=1 loaded=1 text=YES\n");
+    EXPECT_EQ(mustRun(quote(build + "/consumer")).out, "open=0 loaded=1 text=YES\n");
 }
 
 // pkg-config finds the moved prefix through the file's own location.
@@ -123,21 +106,17 @@ TEST_F(InstalledKiv, PkgConfigClientBuildsAndRuns) {
     const kivtest::ChildResult flags = mustRun(pkgconfig + "--cflags --libs kiv");
     EXPECT_NE(flags.out.find("/include/kiv "), std::string::npos) << flags.out;
     EXPECT_NE(flags.out.find("-lkiv"), std::string::npos) << flags.out;
-    const kivtest::ChildResult version = mustRun(pkgconfig + "--modversion kiv");
-    EXPECT_EQ(version.out, "5.24.0\n");
+    EXPECT_EQ(mustRun(pkgconfig + "--modversion kiv").out, "5.24.0\n");
 
     const std::string program = work("consumer");
     mustRun(quote(KIV_CXX_COMPILER) + " -std=c++17 " + sanitizerFlags() + " -o " + quote(program) +
             " " + quote(KIV_CONSUMER_DIR "/consumer.cpp") + " $(" + pkgconfig + "--cflags --libs kiv)");
-    const kivtest::ChildResult fromTable =
-        mustRun("LD_LIBRARY_PATH=" + quote(libdir()) + " " + quote(program));
-    EXPECT_EQ(fromTable.out, "open=0 loaded=1 text=YES\n");
+    const std::string run = "LD_LIBRARY_PATH=" + quote(libdir()) + " " + quote(program);
+    EXPECT_EQ(mustRun(run).out, "open=0 loaded=1 text=YES\n");
 
     const std::string catalog = work("library.cat");
     mustRun("gencat " + quote(catalog) + " " + quote(prefix() + "/share/kiv/kiv_library.msg"));
-    const kivtest::ChildResult fromCatalog =
-        mustRun("LD_LIBRARY_PATH=" + quote(libdir()) + " " + quote(program) + " " + quote(catalog));
-    EXPECT_EQ(fromCatalog.out, "open=1 loaded=1 text=YES\n");
+    EXPECT_EQ(mustRun(run + " " + quote(catalog)).out, "open=1 loaded=1 text=YES\n");
 }
 
 }  // namespace
