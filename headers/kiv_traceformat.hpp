@@ -34,6 +34,7 @@
 #ifndef KIV_TRACEFORMAT_HPP
 #define KIV_TRACEFORMAT_HPP
 
+#include <cstddef>
 #include <cstdint>
 #include <istream>
 #include <ostream>
@@ -127,6 +128,24 @@ public:
     bool bin = false;                // add "BIN: " lines after integral values
 
 private:
+    // Size of the text gathered for the output stream before it is written.
+    static constexpr uint32_t TEXT_BUFFER = 4096;
+
+    // One record from input into entry, which is reused from record to record.
+    bool formatRecord(std::istream& input, KivClTraceFileEntry& entry, const char* formatString,
+                      char* lastFunctionName);
+    // Output of text, as the stream's write() and << would give it. While
+    // gathering, pieces collect in text_ and reach the stream when it is
+    // full, before any formatted output and when format() ends.
+    void put(const char* text, size_t count);
+    void put(const char* text);  // null sets badbit, as << does
+    void put(char c);
+    // The output stream, with the gathered text written to it first.
+    std::ostream& stream();
+    void flushText();
+    // value in decimal: digits made here on a plainly printing stream, the
+    // stream's own formatting otherwise.
+    void printNumber(uint32_t value);
     void printLineBreak();
     // Skips the data when no %d printed it; returns true.
     bool finishEntry(std::istream& input, uint32_t dataLength, bool dataPrinted);
@@ -142,6 +161,10 @@ private:
     int32_t nestingLevel_;
     const char* formatString_;
     const char* indentation_;
+    bool gathering_ = false;     // text goes to text_ first (format() on a plain stream)
+    bool plainNumbers_ = false;  // numbers may be printed without the stream's formatting
+    uint32_t textLength_ = 0;
+    char text_[TEXT_BUFFER];
 };
 
 #endif  // KIV_TRACEFORMAT_HPP

@@ -60,6 +60,45 @@ extern const int32_t gs_aiCompressIdxTable[256] = {
 #undef KIV_NO
 };
 
+namespace {
+
+// Packs the 6-bit codes of the Count characters at text into the low bits
+// of codes, the first character's code highest. False when any of them is
+// not in the alphabet; codes is then meaningless.
+template <int Count>
+bool packCodes(const unsigned char* text, uint64_t& codes) {
+    uint64_t packed = 0;
+    int32_t any = 0;  // negative once a character is not in the alphabet
+    for (int i = 0; i < Count; ++i) {
+        const int32_t code = gs_aiCompressIdxTable[text[i]];
+        any |= code;
+        packed = (packed << CODE_BITS) | static_cast<uint32_t>(code & 0x3F);
+    }
+    codes = packed;
+    return any >= 0;
+}
+
+// Writes the characters of the Count 6-bit codes in the low bits of codes
+// (the first code highest) to destination. False, with destination
+// unchanged, when any of them is the escape code.
+template <int Count>
+bool unpackCodes(uint64_t codes, char* destination) {
+    constexpr uint64_t fieldMask = (uint64_t{1} << (Count * CODE_BITS)) - 1;
+    // One bit at the bottom and one at the top of every 6-bit field.
+    constexpr uint64_t lows = fieldMask / 0x3F;
+    constexpr uint64_t highs = lows << (CODE_BITS - 1);
+    // An escape code is a field of all ones: a zero field of the complement,
+    // which the borrow test below finds.
+    const uint64_t inverse = ~codes & fieldMask;
+    if (((inverse - lows) & ~inverse & highs) != 0) return false;
+    for (int i = 0; i < Count; ++i) {
+        destination[i] = gs_szCompressCharSet[(codes >> (CODE_BITS * (Count - 1 - i))) & 0x3F];
+    }
+    return true;
+}
+
+}  // namespace
+
 KivClTraceEntry::KivClTraceEntry(const KivClTraceEnvironment& environment)
     : environment_(&environment), area_{}, headerAndTextLength_(HEADER_SIZE), data_(nullptr) {}
 
@@ -165,34 +204,41 @@ uint32_t KivClTraceEntry::compressCString(unsigned char* destination, const char
                                           uint32_t limit) {
     if (limit == 0 || text == nullptr) return 0;
     const uint32_t limitBits = 8 * limit;
+    // No character takes fewer than 6 bits, so the loop below never gets
+    // further than this many characters into the text.
+    const size_t length = strnlen(text, limitBits / CODE_BITS + 1);
+    const unsigned char* c = reinterpret_cast<const unsigned char*>(text);
+    const unsigned char* const end = c + length;
     // The codes are gathered most significant bit first in an accumulator and
     // stored a whole byte at a time, which gives the bytes compressWriteBits
     // would produce code by code at a fraction of the work.
     uint32_t bit = 0;
-    uint32_t pending = 0;  // bits not yet stored, in the low pendingBits bits
+    uint64_t pending = 0;  // bits not yet stored, in the low pendingBits bits
     uint32_t pendingBits = 0;
     unsigned char* out = destination;
-    const unsigned char* c = reinterpret_cast<const unsigned char*>(text);
-    while (*c != '\0') {
-        // Four alphabet characters that leave a byte of the limit free make
-        // three whole bytes; the table's -1 for NUL stops the look-ahead at
-        // the terminator.
-        if (bit + 4 * CODE_BITS <= limitBits - 8) {
-            const int32_t a = gs_aiCompressIdxTable[c[0]];
-            const int32_t b = a >= 0 ? gs_aiCompressIdxTable[c[1]] : -1;
-            const int32_t d = b >= 0 ? gs_aiCompressIdxTable[c[2]] : -1;
-            const int32_t e = d >= 0 ? gs_aiCompressIdxTable[c[3]] : -1;
-            if (e >= 0) {
-                pending = (pending << (4 * CODE_BITS)) |
-                          static_cast<uint32_t>(a << 18 | b << 12 | d << 6 | e);
-                out[0] = static_cast<unsigned char>(pending >> (pendingBits + 16));
-                out[1] = static_cast<unsigned char>(pending >> (pendingBits + 8));
-                out[2] = static_cast<unsigned char>(pending >> pendingBits);
-                out += 3;
-                c += 4;
-                bit += 4 * CODE_BITS;
-                continue;
+    while (c < end) {
+        // Eight (or four) alphabet characters that leave a byte of the limit
+        // free make six (or three) whole bytes.
+        uint64_t codes;
+        if (end - c >= 8 && bit + 8 * CODE_BITS <= limitBits - 8 && packCodes<8>(c, codes)) {
+            pending = (pending << (8 * CODE_BITS)) | codes;
+            for (uint32_t shift = pendingBits + 40;; shift -= 8) {
+                *out++ = static_cast<unsigned char>(pending >> shift);
+                if (shift == pendingBits) break;
             }
+            c += 8;
+            bit += 8 * CODE_BITS;
+            continue;
+        }
+        if (end - c >= 4 && bit + 4 * CODE_BITS <= limitBits - 8 && packCodes<4>(c, codes)) {
+            pending = (pending << (4 * CODE_BITS)) | codes;
+            out[0] = static_cast<unsigned char>(pending >> (pendingBits + 16));
+            out[1] = static_cast<unsigned char>(pending >> (pendingBits + 8));
+            out[2] = static_cast<unsigned char>(pending >> pendingBits);
+            out += 3;
+            c += 4;
+            bit += 4 * CODE_BITS;
+            continue;
         }
         const int32_t code = gs_aiCompressIdxTable[*c];
         if (code >= 0) {
@@ -225,24 +271,28 @@ uint32_t KivClTraceEntry::deCompressCString(char* destination, const unsigned ch
     // Source bytes are taken into an accumulator as the codes need them,
     // which reads the same bits as deCompressReadBits at each position.
     uint32_t remaining = 8 * sourceBytes;  // bits not yet decoded
-    uint32_t pending = 0;                  // loaded bits not yet decoded, in the low pendingBits bits
+    uint64_t pending = 0;                  // loaded bits not yet decoded, in the low pendingBits bits
     uint32_t pendingBits = 0;
     const unsigned char* in = source;
     uint32_t count = 0;
     while (remaining >= CODE_BITS) {
-        // Three more bytes complete four codes; without an escape among them
-        // they are four characters at once.
+        // Six (or three) more bytes complete eight (or four) codes; without
+        // an escape among them they are that many characters at once.
+        if (remaining - pendingBits >= 48) {
+            uint64_t window = pending;
+            for (int i = 0; i < 6; ++i) window = (window << 8) | in[i];
+            if (unpackCodes<8>(window >> pendingBits, destination + count)) {
+                count += 8;
+                pending = window;
+                in += 6;
+                remaining -= 48;
+                continue;
+            }
+        }
         if (remaining - pendingBits >= 24) {
-            const uint32_t window = (pending << 24) | static_cast<uint32_t>(in[0]) << 16 |
+            const uint64_t window = (pending << 24) | static_cast<uint32_t>(in[0]) << 16 |
                                     static_cast<uint32_t>(in[1]) << 8 | in[2];
-            const uint32_t codes = window >> pendingBits;
-            const uint32_t a = (codes >> 18) & 0x3Fu, b = (codes >> 12) & 0x3Fu;
-            const uint32_t c = (codes >> 6) & 0x3Fu, d = codes & 0x3Fu;
-            if (a != ESCAPE_CODE && b != ESCAPE_CODE && c != ESCAPE_CODE && d != ESCAPE_CODE) {
-                destination[count] = gs_szCompressCharSet[a];
-                destination[count + 1] = gs_szCompressCharSet[b];
-                destination[count + 2] = gs_szCompressCharSet[c];
-                destination[count + 3] = gs_szCompressCharSet[d];
+            if (unpackCodes<4>(window >> pendingBits, destination + count)) {
                 count += 4;
                 pending = window;
                 in += 3;
@@ -255,7 +305,7 @@ uint32_t KivClTraceEntry::deCompressCString(char* destination, const unsigned ch
             pendingBits += 8;
         }
         pendingBits -= CODE_BITS;
-        const uint32_t code = (pending >> pendingBits) & 0x3Fu;
+        const uint32_t code = static_cast<uint32_t>(pending >> pendingBits) & 0x3Fu;
         remaining -= CODE_BITS;
         if (code < ESCAPE_CODE) {
             destination[count++] = gs_szCompressCharSet[code];
