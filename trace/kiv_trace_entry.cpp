@@ -2,9 +2,11 @@
 #include "kiv_traceentry.hpp"
 
 #include <cstring>
+#include <utility>
 
 #include "kiv_timing.hpp"
 #include "kiv_trace.hpp"
+#include "trace/kiv_trace_stream.hpp"
 
 namespace {
 
@@ -18,7 +20,7 @@ constexpr uint32_t ESCAPED_BITS = CODE_BITS + 8;
 }  // namespace
 
 // The compression alphabet: a character's code is its position.
-extern const char gs_szCompressCharSet[] =
+extern constexpr char gs_szCompressCharSet[] =
     " ,&*:_~()<>ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 static_assert(sizeof(gs_szCompressCharSet) == 64, "the alphabet has 63 characters");
 
@@ -62,28 +64,60 @@ extern const int32_t gs_aiCompressIdxTable[256] = {
 
 namespace {
 
-// Packs the 6-bit codes of the Count characters at text into the low bits
-// of codes, the first character's code highest. False when any of them is
-// not in the alphabet; codes is then meaningless.
-template <int Count>
-bool packCodes(const unsigned char* text, uint64_t& codes) {
+// The block helpers below spell out one step per character (fold
+// expressions over the index pack), so that each block compiles into
+// straight-line code without relying on the optimizer to unroll a loop.
+
+// Packs the 6-bit codes of the characters at text into the low bits of
+// codes, the first character's code highest. False when any of them is not
+// in the alphabet; codes is then meaningless.
+template <size_t... I>
+bool packCodes(const unsigned char* text, uint64_t& codes, std::index_sequence<I...>) {
+    // One code after the other, so that only the accumulator and the
+    // running test stay live. A byte outside the alphabet has the code -1,
+    // which spoils the accumulator but also makes the test fail.
     uint64_t packed = 0;
-    int32_t any = 0;  // negative once a character is not in the alphabet
-    for (int i = 0; i < Count; ++i) {
-        const int32_t code = gs_aiCompressIdxTable[text[i]];
-        any |= code;
-        packed = (packed << CODE_BITS) | static_cast<uint32_t>(code & 0x3F);
-    }
+    int32_t any = 0;
+    int32_t code;
+    ((code = gs_aiCompressIdxTable[text[I]], any |= code,
+      packed = (packed << CODE_BITS) | static_cast<uint32_t>(code)),
+     ...);
     codes = packed;
     return any >= 0;
 }
 
-// Writes the characters of the Count 6-bit codes in the low bits of codes
-// (the first code highest) to destination. False, with destination
-// unchanged, when any of them is the escape code.
-template <int Count>
-bool unpackCodes(uint64_t codes, char* destination) {
-    constexpr uint64_t fieldMask = (uint64_t{1} << (Count * CODE_BITS)) - 1;
+// The count bytes at in, the first one highest.
+template <size_t... I>
+uint64_t loadBytes(const unsigned char* in, std::index_sequence<I...>) {
+    return ((static_cast<uint64_t>(in[I]) << (8 * (sizeof...(I) - 1 - I))) | ...);
+}
+
+// Stores the low count bytes of value at out, the highest first.
+template <size_t... I>
+void storeBytes(uint64_t value, unsigned char* out, std::index_sequence<I...>) {
+    ((out[I] = static_cast<unsigned char>(value >> (8 * (sizeof...(I) - 1 - I)))), ...);
+}
+
+// The characters of every pair of 6-bit codes, indexed by the 12 bits of
+// the pair (an escape code stands for nothing here and is never looked up).
+struct CharacterPairs {
+    char text[2 * 4096];
+    constexpr CharacterPairs() : text() {
+        for (uint32_t pair = 0; pair < 4096; ++pair) {
+            text[2 * pair] = gs_szCompressCharSet[(pair >> CODE_BITS) % ESCAPE_CODE];
+            text[2 * pair + 1] = gs_szCompressCharSet[(pair & 0x3F) % ESCAPE_CODE];
+        }
+    }
+};
+constexpr CharacterPairs CHARACTER_PAIRS;
+
+// Writes the characters of the 6-bit codes in the low bits of codes (the
+// first code highest), two codes per index of the pack, to destination.
+// False, with destination unchanged, when any of them is the escape code.
+template <size_t... P>
+bool unpackCodes(uint64_t codes, char* destination, std::index_sequence<P...>) {
+    constexpr size_t pairs = sizeof...(P);
+    constexpr uint64_t fieldMask = (uint64_t{1} << (2 * pairs * CODE_BITS)) - 1;
     // One bit at the bottom and one at the top of every 6-bit field.
     constexpr uint64_t lows = fieldMask / 0x3F;
     constexpr uint64_t highs = lows << (CODE_BITS - 1);
@@ -91,11 +125,17 @@ bool unpackCodes(uint64_t codes, char* destination) {
     // which the borrow test below finds.
     const uint64_t inverse = ~codes & fieldMask;
     if (((inverse - lows) & ~inverse & highs) != 0) return false;
-    for (int i = 0; i < Count; ++i) {
-        destination[i] = gs_szCompressCharSet[(codes >> (CODE_BITS * (Count - 1 - i))) & 0x3F];
-    }
+    (memcpy(destination + 2 * P,
+            CHARACTER_PAIRS.text + 2 * ((codes >> (2 * CODE_BITS * (pairs - 1 - P))) & 0xFFF), 2),
+     ...);
     return true;
 }
+
+constexpr auto TWO = std::make_index_sequence<2>();
+constexpr auto THREE = std::make_index_sequence<3>();
+constexpr auto FOUR = std::make_index_sequence<4>();
+constexpr auto SIX = std::make_index_sequence<6>();
+constexpr auto EIGHT = std::make_index_sequence<8>();
 
 }  // namespace
 
@@ -220,21 +260,17 @@ uint32_t KivClTraceEntry::compressCString(unsigned char* destination, const char
         // Eight (or four) alphabet characters that leave a byte of the limit
         // free make six (or three) whole bytes.
         uint64_t codes;
-        if (end - c >= 8 && bit + 8 * CODE_BITS <= limitBits - 8 && packCodes<8>(c, codes)) {
+        if (end - c >= 8 && bit + 8 * CODE_BITS <= limitBits - 8 && packCodes(c, codes, EIGHT)) {
             pending = (pending << (8 * CODE_BITS)) | codes;
-            for (uint32_t shift = pendingBits + 40;; shift -= 8) {
-                *out++ = static_cast<unsigned char>(pending >> shift);
-                if (shift == pendingBits) break;
-            }
+            storeBytes(pending >> pendingBits, out, SIX);
+            out += 6;
             c += 8;
             bit += 8 * CODE_BITS;
             continue;
         }
-        if (end - c >= 4 && bit + 4 * CODE_BITS <= limitBits - 8 && packCodes<4>(c, codes)) {
+        if (end - c >= 4 && bit + 4 * CODE_BITS <= limitBits - 8 && packCodes(c, codes, FOUR)) {
             pending = (pending << (4 * CODE_BITS)) | codes;
-            out[0] = static_cast<unsigned char>(pending >> (pendingBits + 16));
-            out[1] = static_cast<unsigned char>(pending >> (pendingBits + 8));
-            out[2] = static_cast<unsigned char>(pending >> pendingBits);
+            storeBytes(pending >> pendingBits, out, THREE);
             out += 3;
             c += 4;
             bit += 4 * CODE_BITS;
@@ -279,9 +315,8 @@ uint32_t KivClTraceEntry::deCompressCString(char* destination, const unsigned ch
         // Six (or three) more bytes complete eight (or four) codes; without
         // an escape among them they are that many characters at once.
         if (remaining - pendingBits >= 48) {
-            uint64_t window = pending;
-            for (int i = 0; i < 6; ++i) window = (window << 8) | in[i];
-            if (unpackCodes<8>(window >> pendingBits, destination + count)) {
+            const uint64_t window = (pending << 48) | loadBytes(in, SIX);
+            if (unpackCodes(window >> pendingBits, destination + count, FOUR)) {  // four pairs
                 count += 8;
                 pending = window;
                 in += 6;
@@ -290,9 +325,8 @@ uint32_t KivClTraceEntry::deCompressCString(char* destination, const unsigned ch
             }
         }
         if (remaining - pendingBits >= 24) {
-            const uint64_t window = (pending << 24) | static_cast<uint32_t>(in[0]) << 16 |
-                                    static_cast<uint32_t>(in[1]) << 8 | in[2];
-            if (unpackCodes<4>(window >> pendingBits, destination + count)) {
+            const uint64_t window = (pending << 24) | loadBytes(in, THREE);
+            if (unpackCodes(window >> pendingBits, destination + count, TWO)) {  // two pairs
                 count += 4;
                 pending = window;
                 in += 3;
@@ -337,8 +371,7 @@ uint32_t KivClTraceFileEntry::decodeText(char* destination, const unsigned char*
 }
 
 bool KivClTraceFileEntry::read(std::istream& stream) {
-    stream.read(reinterpret_cast<char*>(area_), HEADER_SIZE);
-    const std::streamsize got = stream.gcount();
+    const std::streamsize got = kivTraceReadBytes(stream, area_, HEADER_SIZE);
     if (got == 0) {
         memset(area_, 0, sizeof(area_));
         headerAndTextLength_ = HEADER_SIZE;
@@ -354,7 +387,7 @@ bool KivClTraceFileEntry::read(std::istream& stream) {
     headerAndTextLength_ = HEADER_SIZE + textLength;
     unsigned char* texts = area_ + HEADER_SIZE;
     memset(texts, 0, textLength);
-    if (stream) stream.read(reinterpret_cast<char*>(texts), textLength);
+    if (stream) kivTraceReadBytes(stream, texts, textLength);
     messageLength_ = decodeText(message_, texts, header.length1);
     functionNameLength_ = decodeText(functionName_, texts + header.length1, header.length2);
     return true;

@@ -12,6 +12,7 @@
 #include "kiv_msgcat.hpp"
 #include "kiv_string.hpp"
 #include "foundation/kiv_memobject.hpp"
+#include "trace/kiv_trace_stream.hpp"
 
 extern const _KivStTraceFormatDescription gs_astFormatDescriptions[KIV_TRACE_TYPE_COUNT] = {
     {0, "", ""},
@@ -66,8 +67,9 @@ const char* const gs_apszBuiltInTexts[] = {"Bytes", " *** Clipped ***",
 
 // Reads exactly length bytes or throws the end-of-file exception of module.
 void readExactly(std::istream& input, void* destination, uint32_t length, const char* module) {
-    input.read(static_cast<char*>(destination), length);
-    if (input.gcount() != static_cast<std::streamsize>(length)) failEof(module);
+    if (kivTraceReadBytes(input, destination, length) != static_cast<std::streamsize>(length)) {
+        failEof(module);
+    }
 }
 
 bool isPrintable(unsigned char c) { return c >= 0x20 && c <= 0x7E; }
@@ -119,14 +121,34 @@ bool printsPlainNumbers(const std::ostream& out) {
 // Most decimal digits of a 32-bit value.
 constexpr unsigned int MAX_DIGITS = 10;
 
+// "00" to "99": the digits of every number below 100.
+struct DigitPairs {
+    char text[200];
+    constexpr DigitPairs() : text() {
+        for (int i = 0; i < 100; ++i) {
+            text[2 * i] = static_cast<char>('0' + i / 10);
+            text[2 * i + 1] = static_cast<char>('0' + i % 10);
+        }
+    }
+};
+constexpr DigitPairs DIGIT_PAIRS;
+
 // Writes the decimal digits of value to the end of digits (MAX_DIGITS
-// bytes); returns the index of the first digit.
+// bytes), two at a time; returns the index of the first digit.
 unsigned int toDecimal(uint32_t value, char* digits) {
     unsigned int start = MAX_DIGITS;
-    do {
-        digits[--start] = static_cast<char>('0' + value % 10);
-        value /= 10;
-    } while (value != 0);
+    while (value >= 100) {
+        const uint32_t pair = 2 * (value % 100);
+        value /= 100;
+        digits[--start] = DIGIT_PAIRS.text[pair + 1];
+        digits[--start] = DIGIT_PAIRS.text[pair];
+    }
+    if (value >= 10) {
+        digits[--start] = DIGIT_PAIRS.text[2 * value + 1];
+        digits[--start] = DIGIT_PAIRS.text[2 * value];
+    } else {
+        digits[--start] = static_cast<char>('0' + value);
+    }
     return start;
 }
 
