@@ -131,9 +131,26 @@ private:
     // Size of the text gathered for the output stream before it is written.
     static constexpr uint32_t TEXT_BUFFER = 4096;
 
-    // One record from input into entry, which is reused from record to record.
+    // Most steps of a format that format() takes apart once for all records.
+    static constexpr uint32_t MAX_FORMAT_STEPS = 64;
+
+    // One step of a format: literal text (variable '\0'), or the letter
+    // after a "%" (any letter, "%" included) or "n" for a "\n" escape.
+    struct FormatStep {
+        const char* text;
+        uint32_t length;
+        char variable;
+    };
+    // The step at p, with p moved past it; false at the end of the format.
+    static bool nextFormatStep(const char*& p, FormatStep& step);
+    // Fills steps (MAX_FORMAT_STEPS of them) with the steps of the format;
+    // returns their count, or MAX_FORMAT_STEPS + 1 when they do not fit.
+    static uint32_t prepareFormat(const char* formatString, FormatStep* steps);
+    // One record from input into entry, which is reused from record to
+    // record, printed by the prepared steps, or when steps is null by the
+    // format string read step by step.
     bool formatRecord(std::istream& input, KivClTraceFileEntry& entry, const char* formatString,
-                      char* lastFunctionName);
+                      const FormatStep* steps, uint32_t stepCount, char* lastFunctionName);
     // Output of text, as the stream's write() and << would give it. While
     // gathering, pieces collect in text_ and reach the stream when it is
     // full, before any formatted output and when format() ends.

@@ -217,8 +217,14 @@ void KivClTraceFormatter::format(std::ostream& output) {
     // TEXT_BUFFER bytes instead of one per piece of each record.
     gathering_ = writesDirectly(output);
     plainNumbers_ = printsPlainNumbers(output);
+    // The format is taken apart once; a format of more steps than the room
+    // here is read again for every record.
+    FormatStep steps[MAX_FORMAT_STEPS];
+    const uint32_t stepCount = prepareFormat(formatString_, steps);
+    const FormatStep* prepared = stepCount <= MAX_FORMAT_STEPS ? steps : nullptr;
     try {
-        while (!input.eof() && formatRecord(input, entry, formatString_, lastFunctionName)) {
+        while (!input.eof() &&
+               formatRecord(input, entry, formatString_, prepared, stepCount, lastFunctionName)) {
             ++entryCount_;
         }
     } catch (...) {
@@ -235,11 +241,51 @@ bool KivClTraceFormatter::formatEntry(std::istream& input, const char* formatStr
                                       char* lastFunctionName) {
     KivClTraceFileEntry entry(environment_);
     plainNumbers_ = printsPlainNumbers(*output_);
-    return formatRecord(input, entry, formatString, lastFunctionName);
+    return formatRecord(input, entry, formatString, nullptr, 0, lastFunctionName);
+}
+
+bool KivClTraceFormatter::nextFormatStep(const char*& p, FormatStep& step) {
+    if (*p == '\0') return false;
+    if (*p == '\\') {
+        ++p;
+        if (*p == '\0') {
+            step = {p, 0, '\0'};  // a backslash at the very end prints nothing and ends the format
+            return true;
+        }
+        step = *p == 'n' ? FormatStep{nullptr, 0, 'n'} : FormatStep{*p == 't' ? "\t" : p, 1, '\0'};
+        ++p;
+        return true;
+    }
+    if (*p != '%') {
+        // Literal text up to the next variable or escape is one step.
+        const char* literal = p;
+        while (p[1] != '\0' && p[1] != '%' && p[1] != '\\') ++p;
+        ++p;
+        step = {literal, static_cast<uint32_t>(p - literal), '\0'};
+        return true;
+    }
+    ++p;
+    if (*p == '\0') {
+        step = {"%", 1, '\0'};  // a "%" at the very end prints "%" and ends the format
+    } else {
+        step = {nullptr, 0, *p++};
+    }
+    return true;
+}
+
+uint32_t KivClTraceFormatter::prepareFormat(const char* formatString, FormatStep* steps) {
+    uint32_t count = 0;
+    FormatStep step;
+    for (const char* p = formatString ? formatString : ""; nextFormatStep(p, step);) {
+        if (count == MAX_FORMAT_STEPS) return MAX_FORMAT_STEPS + 1;
+        steps[count++] = step;
+    }
+    return count;
 }
 
 bool KivClTraceFormatter::formatRecord(std::istream& input, KivClTraceFileEntry& entry,
-                                       const char* formatString, char* lastFunctionName) {
+                                       const char* formatString, const FormatStep* steps,
+                                       uint32_t stepCount, char* lastFunctionName) {
     if (!entry.read(input)) return false;
     const _KivStTraceRecordHeader header = entry.getHeader();
     const KivEnTraceDataType type = entry.getType();
@@ -255,28 +301,9 @@ bool KivClTraceFormatter::formatRecord(std::istream& input, KivClTraceFileEntry&
     if (printName) kivStrCopyUntil(lastFunctionName, name, '\0', FUNCTION_NAME_BUFFER);
 
     bool dataPrinted = false;
-    for (const char* p = formatString ? formatString : ""; *p; ++p) {
-        if (input.eof()) failEof(MODULE_FORMAT_EOF);
-        if (*p == '\\') {
-            ++p;
-            if (*p == '\0') break;
-            if (*p == 'n') {
-                printLineBreak();
-            } else {
-                put(*p == 't' ? '\t' : *p);
-            }
-            continue;
-        }
-        if (*p != '%') {
-            // Literal text up to the next variable or escape goes out at once.
-            const char* literal = p;
-            while (p[1] != '\0' && p[1] != '%' && p[1] != '\\') ++p;
-            put(literal, static_cast<size_t>(p + 1 - literal));
-            continue;
-        }
-        ++p;
-        switch (*p) {
-        case '\0': put('%'); return finishEntry(input, header.dataLength, dataPrinted);
+    auto print = [&](const FormatStep& step) {
+        switch (step.variable) {
+        case '\0': put(step.text, step.length); break;
         case 'x': printTypeName(entry, getTypeAsShortCString(type)); break;
         case 'X': printTypeName(entry, getTypeAsLongCString(type)); break;
         case 'l': {
@@ -298,6 +325,18 @@ bool KivClTraceFormatter::formatRecord(std::istream& input, KivClTraceFileEntry&
             break;
         case 'n': printLineBreak(); break;
         default: put('%'); break;  // "%%" and unknown variables
+        }
+    };
+    if (steps != nullptr) {
+        for (uint32_t i = 0; i < stepCount; ++i) {
+            if (input.eof()) failEof(MODULE_FORMAT_EOF);
+            print(steps[i]);
+        }
+    } else {
+        FormatStep step;
+        for (const char* p = formatString ? formatString : ""; nextFormatStep(p, step);) {
+            if (input.eof()) failEof(MODULE_FORMAT_EOF);
+            print(step);
         }
     }
     return finishEntry(input, header.dataLength, dataPrinted);
