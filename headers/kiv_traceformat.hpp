@@ -44,6 +44,15 @@
 class KivClMessageCatalog;
 class KivClMessage;
 
+// The formatter's private helpers are not exported, so that the calls
+// between them are direct and can be inlined rather than going through the
+// procedure linkage table.
+#if defined(__GNUC__)
+#define KIV_TRACEFORMAT_LOCAL __attribute__((visibility("hidden")))
+#else
+#define KIV_TRACEFORMAT_LOCAL
+#endif
+
 // Reads a trace file and prints the records that pass its filter.
 class KivClTraceFormatter {
 public:
@@ -142,32 +151,36 @@ private:
         char variable;
     };
     // The step at p, with p moved past it; false at the end of the format.
-    static bool nextFormatStep(const char*& p, FormatStep& step);
+    KIV_TRACEFORMAT_LOCAL static bool nextFormatStep(const char*& p, FormatStep& step);
     // Fills steps (MAX_FORMAT_STEPS of them) with the steps of the format;
     // returns their count, or MAX_FORMAT_STEPS + 1 when they do not fit.
-    static uint32_t prepareFormat(const char* formatString, FormatStep* steps);
+    KIV_TRACEFORMAT_LOCAL static uint32_t prepareFormat(const char* formatString,
+                                                        FormatStep* steps);
     // One record from input into entry, which is reused from record to
     // record, printed by the prepared steps, or when steps is null by the
     // format string read step by step.
-    bool formatRecord(std::istream& input, KivClTraceFileEntry& entry, const char* formatString,
-                      const FormatStep* steps, uint32_t stepCount, char* lastFunctionName);
+    KIV_TRACEFORMAT_LOCAL bool formatRecord(std::istream& input, KivClTraceFileEntry& entry,
+                                            const char* formatString, const FormatStep* steps,
+                                            uint32_t stepCount, char* lastFunctionName);
     // Output of text, as the stream's write() and << would give it. While
     // gathering, pieces collect in text_ and reach the stream when it is
     // full, before any formatted output and when format() ends.
-    void put(const char* text, size_t count);
-    void put(const char* text);  // null sets badbit, as << does
-    void put(char c);
+    KIV_TRACEFORMAT_LOCAL void put(const char* text, size_t count);
+    KIV_TRACEFORMAT_LOCAL void put(const char* text);  // null sets badbit, as << does
+    KIV_TRACEFORMAT_LOCAL void put(char c);
     // The output stream, with the gathered text written to it first.
-    std::ostream& stream();
-    void flushText();
+    KIV_TRACEFORMAT_LOCAL std::ostream& stream();
+    KIV_TRACEFORMAT_LOCAL void flushText();
     // value in decimal: digits made here on a plainly printing stream, the
     // stream's own formatting otherwise.
-    void printNumber(uint32_t value);
-    void printLineBreak();
+    KIV_TRACEFORMAT_LOCAL void printNumber(uint32_t value);
+    KIV_TRACEFORMAT_LOCAL void printLineBreak();
     // Skips the data when no %d printed it; returns true.
-    bool finishEntry(std::istream& input, uint32_t dataLength, bool dataPrinted);
-    void printTypeName(const KivClTraceFileEntry& entry, const char* name);
-    void formatScalar(KivEnTraceDataType type, const unsigned char* bytes, uint32_t length);
+    KIV_TRACEFORMAT_LOCAL bool finishEntry(std::istream& input, uint32_t dataLength,
+                                           bool dataPrinted);
+    KIV_TRACEFORMAT_LOCAL void printTypeName(const KivClTraceFileEntry& entry, const char* name);
+    KIV_TRACEFORMAT_LOCAL void formatScalar(KivEnTraceDataType type, const unsigned char* bytes,
+                                            uint32_t length);
 
     KivClTraceEnvironment& environment_;
     const KivClTraceFilter* filter_;
@@ -183,5 +196,7 @@ private:
     uint32_t textLength_ = 0;
     char text_[TEXT_BUFFER];
 };
+
+#undef KIV_TRACEFORMAT_LOCAL
 
 #endif  // KIV_TRACEFORMAT_HPP

@@ -316,9 +316,9 @@ bool KivClTraceFormatter::formatRecord(std::istream& input, KivClTraceFileEntry&
         case 'p': printNumber(header.processId); break;
         case 't': printNumber(header.threadId); break;
         case 'f':
-            if (printName) displayBuffer(name, entry.getFunctionNameLength());
+            if (printName) put(name, entry.getFunctionNameLength());
             break;
-        case 'm': displayBuffer(entry.getMessage(), entry.getMessageLength()); break;
+        case 'm': put(entry.getMessage(), entry.getMessageLength()); break;
         case 'd':
             if (!dataPrinted) formatData(input, type, header.dataLength);
             dataPrinted = true;
