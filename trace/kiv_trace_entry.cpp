@@ -92,10 +92,28 @@ uint64_t loadBytes(const unsigned char* in, std::index_sequence<I...>) {
     return ((static_cast<uint64_t>(in[I]) << (8 * (sizeof...(I) - 1 - I))) | ...);
 }
 
+// The six bytes at in, the first one highest; the two bytes after them must
+// be readable too, so that a little-endian host can take all eight at once.
+uint64_t loadSixOfEight(const unsigned char* in) {
+#if defined(__GNUC__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    uint64_t word;
+    memcpy(&word, in, sizeof(word));
+    return __builtin_bswap64(word) >> 16;
+#else
+    return loadBytes(in, std::make_index_sequence<6>());
+#endif
+}
+
 // Stores the low count bytes of value at out, the highest first.
 template <size_t... I>
 void storeBytes(uint64_t value, unsigned char* out, std::index_sequence<I...>) {
+#if defined(__GNUC__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    // Byte-swapped, the bytes lie in memory order at the start of the word.
+    const uint64_t bigEndian = __builtin_bswap64(value << (64 - 8 * sizeof...(I)));
+    memcpy(out, &bigEndian, sizeof...(I));
+#else
     ((out[I] = static_cast<unsigned char>(value >> (8 * (sizeof...(I) - 1 - I)))), ...);
+#endif
 }
 
 // The characters of every pair of 6-bit codes, indexed by the 12 bits of
@@ -315,7 +333,8 @@ uint32_t KivClTraceEntry::deCompressCString(char* destination, const unsigned ch
         // Six (or three) more bytes complete eight (or four) codes; without
         // an escape among them they are that many characters at once.
         if (remaining - pendingBits >= 48) {
-            const uint64_t window = (pending << 48) | loadBytes(in, SIX);
+            const uint64_t bytes = remaining - pendingBits >= 64 ? loadSixOfEight(in) : loadBytes(in, SIX);
+            const uint64_t window = (pending << 48) | bytes;
             if (unpackCodes(window >> pendingBits, destination + count, FOUR)) {  // four pairs
                 count += 8;
                 pending = window;
