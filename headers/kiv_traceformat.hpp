@@ -18,6 +18,13 @@
 // process id and thread id); the filter, the format, the indentation text
 // and the option flags are set by the client before format().
 //
+// format() takes the format string apart once per file and reuses one record
+// object for all records. On an ordinary stream (good, not tied, not
+// unit-buffered, no field width) it gathers the text in a 4 KB buffer that
+// goes to the stream buffer whenever it fills up, before any output that
+// uses the stream's own formatting, and when format() returns or throws; any
+// other stream gets every piece through its own checks and settings.
+//
 // Failure policy: a trace file that cannot be opened, ends inside a record
 // or holds impossible values ends formatting with a KivClExceptionFatal
 // (TRACEFORMAT_COULD_NOT_OPEN, _UNEXPECTED_EOF, _FILE_CORRUPTED) whose module
