@@ -59,7 +59,10 @@ public:
     void disableComponentId(unsigned id);
     void enableAllComponentIds();
     void disableAllComponentIds();
-    bool isComponentIdEnabled(unsigned id) const;
+    bool isComponentIdEnabled(unsigned id) const {
+        id &= MAX_COMPONENT_ID;
+        return (componentIds_[id / 8] & (1u << (id % 8))) != 0;
+    }
     // Sets (enable) or clears the bits first..last; last 0 means first alone;
     // the end is lowered to 255. Nothing happens for first 0 or an empty range.
     void setComponentIdSet(unsigned first, unsigned last, bool enable);
@@ -69,12 +72,19 @@ public:
     bool usesCompIdFilter() const;
 
     // The recording test: detail at most the filter's, component id 0 or
-    // enabled.
-    bool passes(KivEnTraceDetail detail, unsigned componentId) const;
+    // enabled. Inline: every recorded and every formatted record asks it.
+    bool passes(KivEnTraceDetail detail, unsigned componentId) const {
+        if (static_cast<int32_t>(detail) > detail_) return false;
+        return (componentId & MAX_COMPONENT_ID) == 0 || isComponentIdEnabled(componentId);
+    }
     // The formatting test: as above, and process and thread id match where
     // the filter's value is not 0.
     bool passes(KivEnTraceDetail detail, unsigned componentId, uint32_t processId,
-                uint32_t threadId) const;
+                uint32_t threadId) const {
+        if (!passes(detail, componentId)) return false;
+        if (processId_ != 0 && processId_ != processId) return false;
+        return threadId_ == 0 || threadId_ == threadId;
+    }
 
 private:
     int32_t detail_;

@@ -18,6 +18,13 @@
 // process id and thread id); the filter, the format, the indentation text
 // and the option flags are set by the client before format().
 //
+// format() takes the format string apart once per file and reuses one record
+// object for all records. On an ordinary stream (good, not tied, not
+// unit-buffered, no field width) it gathers the text in a 4 KB buffer that
+// goes to the stream buffer whenever it fills up, before any output that
+// uses the stream's own formatting, and when format() returns or throws; any
+// other stream gets every piece through its own checks and settings.
+//
 // Failure policy: a trace file that cannot be opened, ends inside a record
 // or holds impossible values ends formatting with a KivClExceptionFatal
 // (TRACEFORMAT_COULD_NOT_OPEN, _UNEXPECTED_EOF, _FILE_CORRUPTED) whose module
@@ -34,6 +41,7 @@
 #ifndef KIV_TRACEFORMAT_HPP
 #define KIV_TRACEFORMAT_HPP
 
+#include <cstddef>
 #include <cstdint>
 #include <istream>
 #include <ostream>
@@ -42,6 +50,15 @@
 
 class KivClMessageCatalog;
 class KivClMessage;
+
+// The formatter's private helpers are not exported, so that the calls
+// between them are direct and can be inlined rather than going through the
+// procedure linkage table.
+#if defined(__GNUC__)
+#define KIV_TRACEFORMAT_LOCAL __attribute__((visibility("hidden")))
+#else
+#define KIV_TRACEFORMAT_LOCAL
+#endif
 
 // Reads a trace file and prints the records that pass its filter.
 class KivClTraceFormatter {
@@ -127,11 +144,50 @@ public:
     bool bin = false;                // add "BIN: " lines after integral values
 
 private:
-    void printLineBreak();
+    // Size of the text gathered for the output stream before it is written.
+    static constexpr uint32_t TEXT_BUFFER = 4096;
+
+    // Most steps of a format that format() takes apart once for all records.
+    static constexpr uint32_t MAX_FORMAT_STEPS = 64;
+
+    // One step of a format: literal text (variable '\0'), or the letter
+    // after a "%" (any letter, "%" included) or "n" for a "\n" escape.
+    struct FormatStep {
+        const char* text;
+        uint32_t length;
+        char variable;
+    };
+    // The step at p, with p moved past it; false at the end of the format.
+    KIV_TRACEFORMAT_LOCAL static bool nextFormatStep(const char*& p, FormatStep& step);
+    // Fills steps (MAX_FORMAT_STEPS of them) with the steps of the format;
+    // returns their count, or MAX_FORMAT_STEPS + 1 when they do not fit.
+    KIV_TRACEFORMAT_LOCAL static uint32_t prepareFormat(const char* formatString,
+                                                        FormatStep* steps);
+    // One record from input into entry, which is reused from record to
+    // record, printed by the prepared steps, or when steps is null by the
+    // format string read step by step.
+    KIV_TRACEFORMAT_LOCAL bool formatRecord(std::istream& input, KivClTraceFileEntry& entry,
+                                            const char* formatString, const FormatStep* steps,
+                                            uint32_t stepCount, char* lastFunctionName);
+    // Output of text, as the stream's write() and << would give it. While
+    // gathering, pieces collect in text_ and reach the stream when it is
+    // full, before any formatted output and when format() ends.
+    KIV_TRACEFORMAT_LOCAL void put(const char* text, size_t count);
+    KIV_TRACEFORMAT_LOCAL void put(const char* text);  // null sets badbit, as << does
+    KIV_TRACEFORMAT_LOCAL void put(char c);
+    // The output stream, with the gathered text written to it first.
+    KIV_TRACEFORMAT_LOCAL std::ostream& stream();
+    KIV_TRACEFORMAT_LOCAL void flushText();
+    // value in decimal: digits made here on a plainly printing stream, the
+    // stream's own formatting otherwise.
+    KIV_TRACEFORMAT_LOCAL void printNumber(uint32_t value);
+    KIV_TRACEFORMAT_LOCAL void printLineBreak();
     // Skips the data when no %d printed it; returns true.
-    bool finishEntry(std::istream& input, uint32_t dataLength, bool dataPrinted);
-    void printTypeName(const KivClTraceFileEntry& entry, const char* name);
-    void formatScalar(KivEnTraceDataType type, const unsigned char* bytes, uint32_t length);
+    KIV_TRACEFORMAT_LOCAL bool finishEntry(std::istream& input, uint32_t dataLength,
+                                           bool dataPrinted);
+    KIV_TRACEFORMAT_LOCAL void printTypeName(const KivClTraceFileEntry& entry, const char* name);
+    KIV_TRACEFORMAT_LOCAL void formatScalar(KivEnTraceDataType type, const unsigned char* bytes,
+                                            uint32_t length);
 
     KivClTraceEnvironment& environment_;
     const KivClTraceFilter* filter_;
@@ -142,6 +198,12 @@ private:
     int32_t nestingLevel_;
     const char* formatString_;
     const char* indentation_;
+    bool gathering_ = false;     // text goes to text_ first (format() on a plain stream)
+    bool plainNumbers_ = false;  // numbers may be printed without the stream's formatting
+    uint32_t textLength_ = 0;
+    char text_[TEXT_BUFFER];
 };
+
+#undef KIV_TRACEFORMAT_LOCAL
 
 #endif  // KIV_TRACEFORMAT_HPP

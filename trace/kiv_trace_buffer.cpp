@@ -56,6 +56,14 @@ void KivClTraceBufferManager::write(const KivClTraceEntry& entry) {
     // when it reached the end of the ring instead of in its middle.
     const bool whole = callback_ != nullptr && total < header_->capacity;
     if (whole && pendingBytes() + total >= header_->capacity) overflow();
+    if (total < header_->last - header_->write + 1) {
+        // The usual case: the whole record fits before the end of the ring.
+        char* at = base() + header_->write;
+        memcpy(at, entry.getHeaderAndText(), textLength);
+        if (dataLength != 0) memcpy(at + textLength, entry.getData(), dataLength);
+        header_->write += static_cast<uint32_t>(total);
+        return;
+    }
     bool wrapped = ringWrite(reinterpret_cast<const char*>(entry.getHeaderAndText()), textLength, !whole);
     if (dataLength != 0) {
         wrapped = ringWrite(static_cast<const char*>(entry.getData()), dataLength, !whole) || wrapped;

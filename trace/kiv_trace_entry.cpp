@@ -2,9 +2,11 @@
 #include "kiv_traceentry.hpp"
 
 #include <cstring>
+#include <utility>
 
 #include "kiv_timing.hpp"
 #include "kiv_trace.hpp"
+#include "trace/kiv_trace_stream.hpp"
 
 namespace {
 
@@ -18,7 +20,7 @@ constexpr uint32_t ESCAPED_BITS = CODE_BITS + 8;
 }  // namespace
 
 // The compression alphabet: a character's code is its position.
-extern const char gs_szCompressCharSet[] =
+extern constexpr char gs_szCompressCharSet[] =
     " ,&*:_~()<>ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 static_assert(sizeof(gs_szCompressCharSet) == 64, "the alphabet has 63 characters");
 
@@ -59,6 +61,101 @@ extern const int32_t gs_aiCompressIdxTable[256] = {
     KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO, KIV_NO,
 #undef KIV_NO
 };
+
+namespace {
+
+// The block helpers below spell out one step per character (fold
+// expressions over the index pack), so that each block compiles into
+// straight-line code without relying on the optimizer to unroll a loop.
+
+// Packs the 6-bit codes of the characters at text into the low bits of
+// codes, the first character's code highest. False when any of them is not
+// in the alphabet; codes is then meaningless.
+template <size_t... I>
+bool packCodes(const unsigned char* text, uint64_t& codes, std::index_sequence<I...>) {
+    // One code after the other, so that only the accumulator and the
+    // running test stay live. A byte outside the alphabet has the code -1,
+    // which spoils the accumulator but also makes the test fail.
+    uint64_t packed = 0;
+    int32_t any = 0;
+    int32_t code;
+    ((code = gs_aiCompressIdxTable[text[I]], any |= code,
+      packed = (packed << CODE_BITS) | static_cast<uint32_t>(code)),
+     ...);
+    codes = packed;
+    return any >= 0;
+}
+
+// The count bytes at in, the first one highest.
+template <size_t... I>
+uint64_t loadBytes(const unsigned char* in, std::index_sequence<I...>) {
+    return ((static_cast<uint64_t>(in[I]) << (8 * (sizeof...(I) - 1 - I))) | ...);
+}
+
+// The six bytes at in, the first one highest; the two bytes after them must
+// be readable too, so that a little-endian host can take all eight at once.
+uint64_t loadSixOfEight(const unsigned char* in) {
+#if defined(__GNUC__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    uint64_t word;
+    memcpy(&word, in, sizeof(word));
+    return __builtin_bswap64(word) >> 16;
+#else
+    return loadBytes(in, std::make_index_sequence<6>());
+#endif
+}
+
+// Stores the low count bytes of value at out, the highest first.
+template <size_t... I>
+void storeBytes(uint64_t value, unsigned char* out, std::index_sequence<I...>) {
+#if defined(__GNUC__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    // Byte-swapped, the bytes lie in memory order at the start of the word.
+    const uint64_t bigEndian = __builtin_bswap64(value << (64 - 8 * sizeof...(I)));
+    memcpy(out, &bigEndian, sizeof...(I));
+#else
+    ((out[I] = static_cast<unsigned char>(value >> (8 * (sizeof...(I) - 1 - I)))), ...);
+#endif
+}
+
+// The characters of every pair of 6-bit codes, indexed by the 12 bits of
+// the pair (an escape code stands for nothing here and is never looked up).
+struct CharacterPairs {
+    char text[2 * 4096];
+    constexpr CharacterPairs() : text() {
+        for (uint32_t pair = 0; pair < 4096; ++pair) {
+            text[2 * pair] = gs_szCompressCharSet[(pair >> CODE_BITS) % ESCAPE_CODE];
+            text[2 * pair + 1] = gs_szCompressCharSet[(pair & 0x3F) % ESCAPE_CODE];
+        }
+    }
+};
+constexpr CharacterPairs CHARACTER_PAIRS;
+
+// Writes the characters of the 6-bit codes in the low bits of codes (the
+// first code highest), two codes per index of the pack, to destination.
+// False, with destination unchanged, when any of them is the escape code.
+template <size_t... P>
+bool unpackCodes(uint64_t codes, char* destination, std::index_sequence<P...>) {
+    constexpr size_t pairs = sizeof...(P);
+    constexpr uint64_t fieldMask = (uint64_t{1} << (2 * pairs * CODE_BITS)) - 1;
+    // One bit at the bottom and one at the top of every 6-bit field.
+    constexpr uint64_t lows = fieldMask / 0x3F;
+    constexpr uint64_t highs = lows << (CODE_BITS - 1);
+    // An escape code is a field of all ones: a zero field of the complement,
+    // which the borrow test below finds.
+    const uint64_t inverse = ~codes & fieldMask;
+    if (((inverse - lows) & ~inverse & highs) != 0) return false;
+    (memcpy(destination + 2 * P,
+            CHARACTER_PAIRS.text + 2 * ((codes >> (2 * CODE_BITS * (pairs - 1 - P))) & 0xFFF), 2),
+     ...);
+    return true;
+}
+
+constexpr auto TWO = std::make_index_sequence<2>();
+constexpr auto THREE = std::make_index_sequence<3>();
+constexpr auto FOUR = std::make_index_sequence<4>();
+constexpr auto SIX = std::make_index_sequence<6>();
+constexpr auto EIGHT = std::make_index_sequence<8>();
+
+}  // namespace
 
 KivClTraceEntry::KivClTraceEntry(const KivClTraceEnvironment& environment)
     : environment_(&environment), area_{}, headerAndTextLength_(HEADER_SIZE), data_(nullptr) {}
@@ -165,34 +262,37 @@ uint32_t KivClTraceEntry::compressCString(unsigned char* destination, const char
                                           uint32_t limit) {
     if (limit == 0 || text == nullptr) return 0;
     const uint32_t limitBits = 8 * limit;
+    // No character takes fewer than 6 bits, so the loop below never gets
+    // further than this many characters into the text.
+    const size_t length = strnlen(text, limitBits / CODE_BITS + 1);
+    const unsigned char* c = reinterpret_cast<const unsigned char*>(text);
+    const unsigned char* const end = c + length;
     // The codes are gathered most significant bit first in an accumulator and
     // stored a whole byte at a time, which gives the bytes compressWriteBits
     // would produce code by code at a fraction of the work.
     uint32_t bit = 0;
-    uint32_t pending = 0;  // bits not yet stored, in the low pendingBits bits
+    uint64_t pending = 0;  // bits not yet stored, in the low pendingBits bits
     uint32_t pendingBits = 0;
     unsigned char* out = destination;
-    const unsigned char* c = reinterpret_cast<const unsigned char*>(text);
-    while (*c != '\0') {
-        // Four alphabet characters that leave a byte of the limit free make
-        // three whole bytes; the table's -1 for NUL stops the look-ahead at
-        // the terminator.
-        if (bit + 4 * CODE_BITS <= limitBits - 8) {
-            const int32_t a = gs_aiCompressIdxTable[c[0]];
-            const int32_t b = a >= 0 ? gs_aiCompressIdxTable[c[1]] : -1;
-            const int32_t d = b >= 0 ? gs_aiCompressIdxTable[c[2]] : -1;
-            const int32_t e = d >= 0 ? gs_aiCompressIdxTable[c[3]] : -1;
-            if (e >= 0) {
-                pending = (pending << (4 * CODE_BITS)) |
-                          static_cast<uint32_t>(a << 18 | b << 12 | d << 6 | e);
-                out[0] = static_cast<unsigned char>(pending >> (pendingBits + 16));
-                out[1] = static_cast<unsigned char>(pending >> (pendingBits + 8));
-                out[2] = static_cast<unsigned char>(pending >> pendingBits);
-                out += 3;
-                c += 4;
-                bit += 4 * CODE_BITS;
-                continue;
-            }
+    while (c < end) {
+        // Eight (or four) alphabet characters that leave a byte of the limit
+        // free make six (or three) whole bytes.
+        uint64_t codes;
+        if (end - c >= 8 && bit + 8 * CODE_BITS <= limitBits - 8 && packCodes(c, codes, EIGHT)) {
+            pending = (pending << (8 * CODE_BITS)) | codes;
+            storeBytes(pending >> pendingBits, out, SIX);
+            out += 6;
+            c += 8;
+            bit += 8 * CODE_BITS;
+            continue;
+        }
+        if (end - c >= 4 && bit + 4 * CODE_BITS <= limitBits - 8 && packCodes(c, codes, FOUR)) {
+            pending = (pending << (4 * CODE_BITS)) | codes;
+            storeBytes(pending >> pendingBits, out, THREE);
+            out += 3;
+            c += 4;
+            bit += 4 * CODE_BITS;
+            continue;
         }
         const int32_t code = gs_aiCompressIdxTable[*c];
         if (code >= 0) {
@@ -225,24 +325,27 @@ uint32_t KivClTraceEntry::deCompressCString(char* destination, const unsigned ch
     // Source bytes are taken into an accumulator as the codes need them,
     // which reads the same bits as deCompressReadBits at each position.
     uint32_t remaining = 8 * sourceBytes;  // bits not yet decoded
-    uint32_t pending = 0;                  // loaded bits not yet decoded, in the low pendingBits bits
+    uint64_t pending = 0;                  // loaded bits not yet decoded, in the low pendingBits bits
     uint32_t pendingBits = 0;
     const unsigned char* in = source;
     uint32_t count = 0;
     while (remaining >= CODE_BITS) {
-        // Three more bytes complete four codes; without an escape among them
-        // they are four characters at once.
+        // Six (or three) more bytes complete eight (or four) codes; without
+        // an escape among them they are that many characters at once.
+        if (remaining - pendingBits >= 48) {
+            const uint64_t bytes = remaining - pendingBits >= 64 ? loadSixOfEight(in) : loadBytes(in, SIX);
+            const uint64_t window = (pending << 48) | bytes;
+            if (unpackCodes(window >> pendingBits, destination + count, FOUR)) {  // four pairs
+                count += 8;
+                pending = window;
+                in += 6;
+                remaining -= 48;
+                continue;
+            }
+        }
         if (remaining - pendingBits >= 24) {
-            const uint32_t window = (pending << 24) | static_cast<uint32_t>(in[0]) << 16 |
-                                    static_cast<uint32_t>(in[1]) << 8 | in[2];
-            const uint32_t codes = window >> pendingBits;
-            const uint32_t a = (codes >> 18) & 0x3Fu, b = (codes >> 12) & 0x3Fu;
-            const uint32_t c = (codes >> 6) & 0x3Fu, d = codes & 0x3Fu;
-            if (a != ESCAPE_CODE && b != ESCAPE_CODE && c != ESCAPE_CODE && d != ESCAPE_CODE) {
-                destination[count] = gs_szCompressCharSet[a];
-                destination[count + 1] = gs_szCompressCharSet[b];
-                destination[count + 2] = gs_szCompressCharSet[c];
-                destination[count + 3] = gs_szCompressCharSet[d];
+            const uint64_t window = (pending << 24) | loadBytes(in, THREE);
+            if (unpackCodes(window >> pendingBits, destination + count, TWO)) {  // two pairs
                 count += 4;
                 pending = window;
                 in += 3;
@@ -255,7 +358,7 @@ uint32_t KivClTraceEntry::deCompressCString(char* destination, const unsigned ch
             pendingBits += 8;
         }
         pendingBits -= CODE_BITS;
-        const uint32_t code = (pending >> pendingBits) & 0x3Fu;
+        const uint32_t code = static_cast<uint32_t>(pending >> pendingBits) & 0x3Fu;
         remaining -= CODE_BITS;
         if (code < ESCAPE_CODE) {
             destination[count++] = gs_szCompressCharSet[code];
@@ -287,8 +390,7 @@ uint32_t KivClTraceFileEntry::decodeText(char* destination, const unsigned char*
 }
 
 bool KivClTraceFileEntry::read(std::istream& stream) {
-    stream.read(reinterpret_cast<char*>(area_), HEADER_SIZE);
-    const std::streamsize got = stream.gcount();
+    const std::streamsize got = kivTraceReadBytes(stream, area_, HEADER_SIZE);
     if (got == 0) {
         memset(area_, 0, sizeof(area_));
         headerAndTextLength_ = HEADER_SIZE;
@@ -304,7 +406,7 @@ bool KivClTraceFileEntry::read(std::istream& stream) {
     headerAndTextLength_ = HEADER_SIZE + textLength;
     unsigned char* texts = area_ + HEADER_SIZE;
     memset(texts, 0, textLength);
-    if (stream) stream.read(reinterpret_cast<char*>(texts), textLength);
+    if (stream) kivTraceReadBytes(stream, texts, textLength);
     messageLength_ = decodeText(message_, texts, header.length1);
     functionNameLength_ = decodeText(functionName_, texts + header.length1, header.length2);
     return true;

@@ -58,11 +58,6 @@ void KivClTraceFilter::enableAllComponentIds() { memset(componentIds_, 0xFF, siz
 
 void KivClTraceFilter::disableAllComponentIds() { memset(componentIds_, 0, sizeof(componentIds_)); }
 
-bool KivClTraceFilter::isComponentIdEnabled(unsigned id) const {
-    id &= MAX_COMPONENT_ID;
-    return (componentIds_[id / 8] & (1u << (id % 8))) != 0;
-}
-
 void KivClTraceFilter::setComponentIdSet(unsigned first, unsigned last, bool enable) {
     if (first == 0) return;
     unsigned end = last == 0 ? first : last;
@@ -115,16 +110,4 @@ bool KivClTraceFilter::usesCompIdFilter() const {
         if (!isComponentIdEnabled(id)) return true;
     }
     return false;
-}
-
-bool KivClTraceFilter::passes(KivEnTraceDetail detail, unsigned componentId) const {
-    if (static_cast<int32_t>(detail) > detail_) return false;
-    return (componentId & MAX_COMPONENT_ID) == 0 || isComponentIdEnabled(componentId);
-}
-
-bool KivClTraceFilter::passes(KivEnTraceDetail detail, unsigned componentId, uint32_t processId,
-                              uint32_t threadId) const {
-    if (!passes(detail, componentId)) return false;
-    if (processId_ != 0 && processId_ != processId) return false;
-    return threadId_ == 0 || threadId_ == threadId;
 }

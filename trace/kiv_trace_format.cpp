@@ -12,6 +12,7 @@
 #include "kiv_msgcat.hpp"
 #include "kiv_string.hpp"
 #include "foundation/kiv_memobject.hpp"
+#include "trace/kiv_trace_stream.hpp"
 
 extern const _KivStTraceFormatDescription gs_astFormatDescriptions[KIV_TRACE_TYPE_COUNT] = {
     {0, "", ""},
@@ -66,8 +67,9 @@ const char* const gs_apszBuiltInTexts[] = {"Bytes", " *** Clipped ***",
 
 // Reads exactly length bytes or throws the end-of-file exception of module.
 void readExactly(std::istream& input, void* destination, uint32_t length, const char* module) {
-    input.read(static_cast<char*>(destination), length);
-    if (input.gcount() != static_cast<std::streamsize>(length)) failEof(module);
+    if (kivTraceReadBytes(input, destination, length) != static_cast<std::streamsize>(length)) {
+        failEof(module);
+    }
 }
 
 bool isPrintable(unsigned char c) { return c >= 0x20 && c <= 0x7E; }
@@ -116,21 +118,38 @@ bool printsPlainNumbers(const std::ostream& out) {
            out.getloc() == std::locale::classic();
 }
 
-// Writes value in decimal. On a stream that prints numbers plainly the
-// digits are made here and written at once, which spares the stream's number
-// formatting; any other stream formats the value with its own settings.
-void printNumber(std::ostream& out, uint32_t value, bool plain) {
-    if (!plain) {
-        out << value;
-        return;
+// Most decimal digits of a 32-bit value.
+constexpr unsigned int MAX_DIGITS = 10;
+
+// "00" to "99": the digits of every number below 100.
+struct DigitPairs {
+    char text[200];
+    constexpr DigitPairs() : text() {
+        for (int i = 0; i < 100; ++i) {
+            text[2 * i] = static_cast<char>('0' + i / 10);
+            text[2 * i + 1] = static_cast<char>('0' + i % 10);
+        }
     }
-    char digits[10];
-    unsigned int start = sizeof digits;
-    do {
-        digits[--start] = static_cast<char>('0' + value % 10);
-        value /= 10;
-    } while (value != 0);
-    emit(out, digits + start, sizeof digits - start);
+};
+constexpr DigitPairs DIGIT_PAIRS;
+
+// Writes the decimal digits of value to the end of digits (MAX_DIGITS
+// bytes), two at a time; returns the index of the first digit.
+unsigned int toDecimal(uint32_t value, char* digits) {
+    unsigned int start = MAX_DIGITS;
+    while (value >= 100) {
+        const uint32_t pair = 2 * (value % 100);
+        value /= 100;
+        digits[--start] = DIGIT_PAIRS.text[pair + 1];
+        digits[--start] = DIGIT_PAIRS.text[pair];
+    }
+    if (value >= 10) {
+        digits[--start] = DIGIT_PAIRS.text[2 * value + 1];
+        digits[--start] = DIGIT_PAIRS.text[2 * value];
+    } else {
+        digits[--start] = static_cast<char>('0' + value);
+    }
+    return start;
 }
 
 }  // namespace
@@ -193,12 +212,80 @@ void KivClTraceFormatter::format(std::ostream& output) {
         fail(KIV_ERRID_TRACEFORMAT_COULD_NOT_OPEN, KIV_ERRCLASS_IO_PERMISSION_DENIED, MODULE_OPEN);
     }
     char lastFunctionName[FUNCTION_NAME_BUFFER] = {};
-    while (!input.eof() && formatEntry(input, formatString_, lastFunctionName)) ++entryCount_;
+    KivClTraceFileEntry entry(environment_);
+    // A stream that takes text unchecked gets it gathered: one write per
+    // TEXT_BUFFER bytes instead of one per piece of each record.
+    gathering_ = writesDirectly(output);
+    plainNumbers_ = printsPlainNumbers(output);
+    // The format is taken apart once; a format of more steps than the room
+    // here is read again for every record.
+    FormatStep steps[MAX_FORMAT_STEPS];
+    const uint32_t stepCount = prepareFormat(formatString_, steps);
+    const FormatStep* prepared = stepCount <= MAX_FORMAT_STEPS ? steps : nullptr;
+    try {
+        while (!input.eof() &&
+               formatRecord(input, entry, formatString_, prepared, stepCount, lastFunctionName)) {
+            ++entryCount_;
+        }
+    } catch (...) {
+        // What was formatted before the failure stays printed.
+        gathering_ = false;
+        flushText();
+        throw;
+    }
+    gathering_ = false;
+    flushText();
 }
 
 bool KivClTraceFormatter::formatEntry(std::istream& input, const char* formatString,
                                       char* lastFunctionName) {
     KivClTraceFileEntry entry(environment_);
+    plainNumbers_ = printsPlainNumbers(*output_);
+    return formatRecord(input, entry, formatString, nullptr, 0, lastFunctionName);
+}
+
+bool KivClTraceFormatter::nextFormatStep(const char*& p, FormatStep& step) {
+    if (*p == '\0') return false;
+    if (*p == '\\') {
+        ++p;
+        if (*p == '\0') {
+            step = {p, 0, '\0'};  // a backslash at the very end prints nothing and ends the format
+            return true;
+        }
+        step = *p == 'n' ? FormatStep{nullptr, 0, 'n'} : FormatStep{*p == 't' ? "\t" : p, 1, '\0'};
+        ++p;
+        return true;
+    }
+    if (*p != '%') {
+        // Literal text up to the next variable or escape is one step.
+        const char* literal = p;
+        while (p[1] != '\0' && p[1] != '%' && p[1] != '\\') ++p;
+        ++p;
+        step = {literal, static_cast<uint32_t>(p - literal), '\0'};
+        return true;
+    }
+    ++p;
+    if (*p == '\0') {
+        step = {"%", 1, '\0'};  // a "%" at the very end prints "%" and ends the format
+    } else {
+        step = {nullptr, 0, *p++};
+    }
+    return true;
+}
+
+uint32_t KivClTraceFormatter::prepareFormat(const char* formatString, FormatStep* steps) {
+    uint32_t count = 0;
+    FormatStep step;
+    for (const char* p = formatString ? formatString : ""; nextFormatStep(p, step);) {
+        if (count == MAX_FORMAT_STEPS) return MAX_FORMAT_STEPS + 1;
+        steps[count++] = step;
+    }
+    return count;
+}
+
+bool KivClTraceFormatter::formatRecord(std::istream& input, KivClTraceFileEntry& entry,
+                                       const char* formatString, const FormatStep* steps,
+                                       uint32_t stepCount, char* lastFunctionName) {
     if (!entry.read(input)) return false;
     const _KivStTraceRecordHeader header = entry.getHeader();
     const KivEnTraceDataType type = entry.getType();
@@ -213,52 +300,43 @@ bool KivClTraceFormatter::formatEntry(std::istream& input, const char* formatStr
                            strcmp(name, lastFunctionName) != 0;
     if (printName) kivStrCopyUntil(lastFunctionName, name, '\0', FUNCTION_NAME_BUFFER);
 
-    std::ostream& out = *output_;
-    const bool plain = printsPlainNumbers(out);
     bool dataPrinted = false;
-    for (const char* p = formatString ? formatString : ""; *p; ++p) {
-        if (input.eof()) failEof(MODULE_FORMAT_EOF);
-        if (*p == '\\') {
-            ++p;
-            if (*p == '\0') break;
-            if (*p == 'n') {
-                printLineBreak();
-            } else {
-                emit(out, *p == 't' ? '\t' : *p);
-            }
-            continue;
-        }
-        if (*p != '%') {
-            // Literal text up to the next variable or escape goes out in one write.
-            const char* literal = p;
-            p += strcspn(p + 1, "%\\");
-            emit(out, literal, static_cast<size_t>(p + 1 - literal));
-            continue;
-        }
-        ++p;
-        switch (*p) {
-        case '\0': emit(out, '%'); return finishEntry(input, header.dataLength, dataPrinted);
+    auto print = [&](const FormatStep& step) {
+        switch (step.variable) {
+        case '\0': put(step.text, step.length); break;
         case 'x': printTypeName(entry, getTypeAsShortCString(type)); break;
         case 'X': printTypeName(entry, getTypeAsLongCString(type)); break;
         case 'l': {
             const char* detail = KivClTraceFilter::getDetailAsCString(entry.getDetail());
-            emit(out, detail ? detail : "");
+            put(detail ? detail : "");
             break;
         }
-        case 's': printNumber(out, header.timeStamp, plain); break;
-        case 'c': printNumber(out, header.componentId, plain); break;
-        case 'p': printNumber(out, header.processId, plain); break;
-        case 't': printNumber(out, header.threadId, plain); break;
+        case 's': printNumber(header.timeStamp); break;
+        case 'c': printNumber(header.componentId); break;
+        case 'p': printNumber(header.processId); break;
+        case 't': printNumber(header.threadId); break;
         case 'f':
-            if (printName) displayBuffer(name, entry.getFunctionNameLength());
+            if (printName) put(name, entry.getFunctionNameLength());
             break;
-        case 'm': displayBuffer(entry.getMessage(), entry.getMessageLength()); break;
+        case 'm': put(entry.getMessage(), entry.getMessageLength()); break;
         case 'd':
             if (!dataPrinted) formatData(input, type, header.dataLength);
             dataPrinted = true;
             break;
         case 'n': printLineBreak(); break;
-        default: emit(out, '%'); break;  // "%%" and unknown variables
+        default: put('%'); break;  // "%%" and unknown variables
+        }
+    };
+    if (steps != nullptr) {
+        for (uint32_t i = 0; i < stepCount; ++i) {
+            if (input.eof()) failEof(MODULE_FORMAT_EOF);
+            print(steps[i]);
+        }
+    } else {
+        FormatStep step;
+        for (const char* p = formatString ? formatString : ""; nextFormatStep(p, step);) {
+            if (input.eof()) failEof(MODULE_FORMAT_EOF);
+            print(step);
         }
     }
     return finishEntry(input, header.dataLength, dataPrinted);
@@ -270,31 +348,86 @@ bool KivClTraceFormatter::finishEntry(std::istream& input, uint32_t dataLength, 
 }
 
 void KivClTraceFormatter::printTypeName(const KivClTraceFileEntry& entry, const char* name) {
-    std::ostream& out = *output_;
-    emit(out, name);
+    put(name);
     const KivEnTraceDataType type = entry.getType();
     if (type != KIV_TRACE_TYPE_DATA && type != KIV_TRACE_TYPE_DATA_CLIPPED) return;
-    emit(out, " (");
-    printNumber(out, entry.getDataLength(), printsPlainNumbers(out));
-    emit(out, ' ');
-    emit(out, getMessage(MSG_BYTES));
-    emit(out, ')');
-    if (type == KIV_TRACE_TYPE_DATA_CLIPPED) emit(out, getMessage(MSG_CLIPPED));
+    put(" (", 2);
+    printNumber(entry.getDataLength());
+    put(' ');
+    put(getMessage(MSG_BYTES));
+    put(')');
+    if (type == KIV_TRACE_TYPE_DATA_CLIPPED) put(getMessage(MSG_CLIPPED));
+}
+
+void KivClTraceFormatter::put(const char* text, size_t count) {
+    if (!gathering_) {
+        emit(*output_, text, count);
+        return;
+    }
+    if (count > sizeof(text_) - textLength_) {
+        flushText();
+        if (count > sizeof(text_)) {
+            emit(*output_, text, count);
+            return;
+        }
+    }
+    memcpy(text_ + textLength_, text, count);
+    textLength_ += static_cast<uint32_t>(count);
+}
+
+void KivClTraceFormatter::put(const char* text) {
+    if (text == nullptr || !gathering_) {
+        flushText();
+        emit(*output_, text);
+        return;
+    }
+    put(text, strlen(text));
+}
+
+void KivClTraceFormatter::put(char c) {
+    if (!gathering_ || textLength_ == sizeof(text_)) {
+        flushText();
+        emit(*output_, c);
+        return;
+    }
+    text_[textLength_++] = c;
+}
+
+std::ostream& KivClTraceFormatter::stream() {
+    flushText();
+    return *output_;
+}
+
+void KivClTraceFormatter::flushText() {
+    if (textLength_ == 0) return;
+    const uint32_t length = textLength_;
+    textLength_ = 0;
+    emit(*output_, text_, length);
+}
+
+void KivClTraceFormatter::printNumber(uint32_t value) {
+    if (!plainNumbers_) {
+        stream() << value;
+        return;
+    }
+    char digits[MAX_DIGITS];
+    const unsigned int start = toDecimal(value, digits);
+    put(digits + start, MAX_DIGITS - start);
 }
 
 void KivClTraceFormatter::printLineBreak() {
-    emit(*output_, '\n');
+    put('\n');
     displayIndent();
 }
 
 void KivClTraceFormatter::displayIndent() {
     if (indentation_ == nullptr) return;
     const int32_t levels = nestingLevel_ < MAX_INDENT_LEVELS ? nestingLevel_ : MAX_INDENT_LEVELS;
-    for (int32_t level = 0; level < levels; ++level) *output_ << indentation_;
+    for (int32_t level = 0; level < levels; ++level) put(indentation_);
 }
 
 void KivClTraceFormatter::displayBuffer(const char* text, uint32_t length) {
-    emit(*output_, text, length);
+    put(text, length);
 }
 
 void KivClTraceFormatter::skipEntry(std::istream& input, uint32_t length) {
@@ -331,7 +464,6 @@ void KivClTraceFormatter::formatData(std::istream& input, KivEnTraceDataType typ
 
 void KivClTraceFormatter::formatScalar(KivEnTraceDataType type, const unsigned char* bytes,
                                        uint32_t length) {
-    std::ostream& out = *output_;
     // Values are taken in host byte order from the zero-padded bytes, so a
     // record shorter than its type reads as if its missing bytes were 0.
     auto value = [bytes](auto zero) {
@@ -346,62 +478,60 @@ void KivClTraceFormatter::formatScalar(KivEnTraceDataType type, const unsigned c
             failCorrupt(type == KIV_TRACE_TYPE_FUNCTION_ENTRY ? MODULE_ENTRY_LENGTH : MODULE_EXIT_LENGTH);
         }
         nestingLevel_ = value(int32_t{0});
-        if (nest) out << getMessage(MSG_NESTING_LEVEL) << nestingLevel_;
+        if (nest) stream() << getMessage(MSG_NESTING_LEVEL) << nestingLevel_;
         return;
     case KIV_TRACE_TYPE_NO_DATA:
         if (length != 0) failCorrupt(MODULE_NO_DATA_LENGTH);
         return;
-    case KIV_TRACE_TYPE_DATA_NULL: out << getMessage(MSG_NULL_POINTER); return;
-    case KIV_TRACE_TYPE_BOOL: out << (bytes[0] != 0 ? "TRUE" : "FALSE"); break;
+    case KIV_TRACE_TYPE_DATA_NULL: stream() << getMessage(MSG_NULL_POINTER); return;
+    case KIV_TRACE_TYPE_BOOL: stream() << (bytes[0] != 0 ? "TRUE" : "FALSE"); break;
     case KIV_TRACE_TYPE_INT8:
     case KIV_TRACE_TYPE_UINT8: {
         const int32_t number = type == KIV_TRACE_TYPE_INT8 ? static_cast<int8_t>(bytes[0]) : bytes[0];
         char text[32];
         snprintf(text, sizeof(text), "0x%X/%d", static_cast<uint32_t>(number), number);
-        out << text;
-        if (isPrintable(bytes[0])) out << "/'" << static_cast<char>(bytes[0]) << '\'';
+        stream() << text;
+        if (isPrintable(bytes[0])) stream() << "/'" << static_cast<char>(bytes[0]) << '\'';
         break;
     }
-    case KIV_TRACE_TYPE_INT16: out << value(int16_t{0}); break;
-    case KIV_TRACE_TYPE_UINT16: out << value(uint16_t{0}); break;
-    case KIV_TRACE_TYPE_INT32: out << value(int32_t{0}); break;
-    case KIV_TRACE_TYPE_UINT32: out << value(uint32_t{0}); break;
-    case KIV_TRACE_TYPE_INT64: out << value(int64_t{0}); break;
-    case KIV_TRACE_TYPE_UINT64: out << value(uint64_t{0}); break;
-    case KIV_TRACE_TYPE_FLOAT: out << value(0.0f); break;
-    case KIV_TRACE_TYPE_DOUBLE: out << value(0.0); break;
-    case KIV_TRACE_TYPE_LONG_DOUBLE: out << value(0.0L); break;
+    case KIV_TRACE_TYPE_INT16: stream() << value(int16_t{0}); break;
+    case KIV_TRACE_TYPE_UINT16: stream() << value(uint16_t{0}); break;
+    case KIV_TRACE_TYPE_INT32: stream() << value(int32_t{0}); break;
+    case KIV_TRACE_TYPE_UINT32: stream() << value(uint32_t{0}); break;
+    case KIV_TRACE_TYPE_INT64: stream() << value(int64_t{0}); break;
+    case KIV_TRACE_TYPE_UINT64: stream() << value(uint64_t{0}); break;
+    case KIV_TRACE_TYPE_FLOAT: stream() << value(0.0f); break;
+    case KIV_TRACE_TYPE_DOUBLE: stream() << value(0.0); break;
+    case KIV_TRACE_TYPE_LONG_DOUBLE: stream() << value(0.0L); break;
     default: failCorrupt(MODULE_UNKNOWN_TYPE);
     }
     if (hex) {
         printLineBreak();
         const KivClStrepHexDump line(bytes, length);
-        out << "HEX: " << line.getAsCString();
+        stream() << "HEX: " << line.getAsCString();
     }
     if (bin && type <= KIV_TRACE_TYPE_UINT64) {
         printLineBreak();
         const KivClStrepBinDump line(bytes, length);
-        out << "BIN: " << line.getAsCString();
+        stream() << "BIN: " << line.getAsCString();
     }
 }
 
 void KivClTraceFormatter::formatCString(std::istream& input, uint32_t length) {
-    std::ostream& out = *output_;
-    out << '"';
+    put('"');
     char chunk[256];
     while (length > 0) {
         const uint32_t count = length < sizeof(chunk) ? length : static_cast<uint32_t>(sizeof(chunk));
         readExactly(input, chunk, count, MODULE_CSTRING_EOF);
-        out.write(chunk, count);
+        put(chunk, count);
         length -= count;
     }
-    out << '"';
+    put('"');
 }
 
 void KivClTraceFormatter::formatHexDump(std::istream& input, uint32_t length) {
     if (length == 0) return;
-    std::ostream& out = *output_;
-    emit(out, '\n');
+    put('\n');
     unsigned char bytes[KivClStrepHexDump::BYTES_PER_LINE];
     for (uint32_t offset = 0; offset < length; offset += KivClStrepHexDump::BYTES_PER_LINE) {
         const uint32_t count = length - offset < KivClStrepHexDump::BYTES_PER_LINE
@@ -409,8 +539,8 @@ void KivClTraceFormatter::formatHexDump(std::istream& input, uint32_t length) {
                                    : KivClStrepHexDump::BYTES_PER_LINE;
         readExactly(input, bytes, count, MODULE_HEXDUMP_EOF);
         displayIndent();
-        emit(out, KivClStrepHexDump(offset, bytes, count).getAsCString());
-        if (count == KivClStrepHexDump::BYTES_PER_LINE) emit(out, '\n');
+        put(KivClStrepHexDump(offset, bytes, count).getAsCString());
+        if (count == KivClStrepHexDump::BYTES_PER_LINE) put('\n');
     }
 }
 
@@ -425,5 +555,5 @@ void KivClTraceFormatter::formatAdrs(std::istream& input, uint32_t length) {
     } else {
         memcpy(&address, bytes, sizeof(address));
     }
-    *output_ << KivClStrepAddress(reinterpret_cast<const void*>(static_cast<uintptr_t>(address))).getAsCString();
+    put(KivClStrepAddress(reinterpret_cast<const void*>(static_cast<uintptr_t>(address))).getAsCString());
 }
