@@ -480,6 +480,26 @@ unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverte
 
 namespace {
 
+// Writes a unit below the surrogates as one to three bytes and moves to past
+// them; answers false, writing nothing, for any other unit.
+inline bool encodeBelowSurrogates(uint32_t unit, unsigned char*& to) {
+    if (unit < 0x80u) {
+        *to++ = static_cast<unsigned char>(unit);
+    } else if (unit < 0x800u) {
+        to[0] = static_cast<unsigned char>(0xC0u | (unit >> 6));
+        to[1] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
+        to += 2;
+    } else if (__builtin_expect(unit < 0xD800u, 1)) {
+        to[0] = static_cast<unsigned char>(0xE0u | (unit >> 12));
+        to[1] = static_cast<unsigned char>(0x80u | ((unit >> 6) & 0x3Fu));
+        to[2] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
+        to += 3;
+    } else {
+        return false;
+    }
+    return true;
+}
+
 // kRoomKnown: the caller made sure that the target holds three bytes for
 // every source unit, the most any unit needs (a surrogate pair gives four
 // bytes for two units), so no unit is checked for room.
@@ -495,27 +515,29 @@ unsigned int ucs2ToUtf8(State& state) {
     while (i < units) {
         if (kRoomKnown) {
             // Units below the surrogates have fixed lengths and, with room
-            // known, need no checks: one tight loop takes them up to the
-            // next surrogate or non-character, which the rules below handle.
+            // known, need no checks: tight loops take them up to the next
+            // surrogate or non-character, which the rules below handle. Four
+            // units a round share one test for the end of the source.
             const char* in = source + 2 * i;
             const char* const end = source + 2 * units;
             unsigned char* to = target + out;
-            for (; in != end; in += 2) {
-                const uint32_t unit = getUnit(in);
-                if (unit < 0x80u) {
-                    *to++ = static_cast<unsigned char>(unit);
-                } else if (unit < 0x800u) {
-                    to[0] = static_cast<unsigned char>(0xC0u | (unit >> 6));
-                    to[1] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
-                    to += 2;
-                } else if (__builtin_expect(unit < 0xD800u, 1)) {
-                    to[0] = static_cast<unsigned char>(0xE0u | (unit >> 12));
-                    to[1] = static_cast<unsigned char>(0x80u | ((unit >> 6) & 0x3Fu));
-                    to[2] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
-                    to += 3;
-                } else {
+            while (end - in >= 8) {
+                if (!encodeBelowSurrogates(getUnit(in), to)) break;
+                if (!encodeBelowSurrogates(getUnit(in + 2), to)) {
+                    in += 2;
                     break;
                 }
+                if (!encodeBelowSurrogates(getUnit(in + 4), to)) {
+                    in += 4;
+                    break;
+                }
+                if (!encodeBelowSurrogates(getUnit(in + 6), to)) {
+                    in += 6;
+                    break;
+                }
+                in += 8;
+            }
+            for (; in != end && encodeBelowSurrogates(getUnit(in), to); in += 2) {
             }
             i = static_cast<unsigned int>((in - source) / 2);
             out = static_cast<unsigned int>(to - target);
