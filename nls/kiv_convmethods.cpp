@@ -134,6 +134,14 @@ constexpr unsigned char kFirstPrintable = 0x20;
 constexpr unsigned char kLastPrintable = 0x7E;
 
 #if defined(__SSE2__)
+// The table maps every printable ASCII character to itself.
+bool keepsPrintable(const uint16_t* local) {
+    for (unsigned int byte = kFirstPrintable; byte <= kLastPrintable; ++byte) {
+        if (local[byte] != byte) return false;
+    }
+    return true;
+}
+
 // For a table that maps the printable ASCII characters to themselves: widens
 // sixteen bytes at a time with zero high bytes (x86 is little-endian), then
 // writes the table value over the unit of every other byte of the block.
@@ -168,15 +176,13 @@ unsigned int convertSingleByte(State& state) {
     char* target = state.target;
     if (count >= kLocalTableMinimum) {
         uint16_t local[256];
-        bool printableSame = true;
         for (unsigned int byte = 0; byte < 256; ++byte) {
             const uint16_t unit = kivUcs2FromTable(table[byte]);
             local[byte] = kEbcdic && unit == kNextLine ? kLineFeed : unit;
-            printableSame &= byte < kFirstPrintable || byte > kLastPrintable || local[byte] == byte;
         }
         size_t done = 0;
 #if defined(__SSE2__)
-        if (printableSame) done = widenPrintableBlocks(local, source, count, target);
+        if (keepsPrintable(local)) done = widenPrintableBlocks(local, source, count, target);
 #endif
         widenThroughTable(local, source + done, source + count, target + 2 * done);
         *state.source += count;
