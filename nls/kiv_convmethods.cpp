@@ -4,6 +4,10 @@
 #include <cstdint>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "kiv_converter.hpp"
 #include "kiv_icu_interface.hpp"
 #include "kiv_memmgr.hpp"
@@ -107,6 +111,63 @@ unsigned int copyUnits(State& state, bool swap) {
 // costs one lookup and one store; shorter inputs use the table as it is.
 constexpr unsigned int kLocalTableMinimum = 512;
 
+// Writes the units of the bytes from in to end through a host-order table,
+// eight bytes a round.
+void widenThroughTable(const uint16_t* local, const unsigned char* in, const unsigned char* end, char* to) {
+    for (; end - in >= 8; in += 8, to += 16) {
+        putUnit(to, local[in[0]]);
+        putUnit(to + 2, local[in[1]]);
+        putUnit(to + 4, local[in[2]]);
+        putUnit(to + 6, local[in[3]]);
+        putUnit(to + 8, local[in[4]]);
+        putUnit(to + 10, local[in[5]]);
+        putUnit(to + 12, local[in[6]]);
+        putUnit(to + 14, local[in[7]]);
+    }
+    for (; in != end; ++in, to += 2) putUnit(to, local[*in]);
+}
+
+// The printable ASCII characters, which most single-byte tables map to
+// themselves; IBM's PC code pages move some control characters, so these
+// are left to the table.
+constexpr unsigned char kFirstPrintable = 0x20;
+constexpr unsigned char kLastPrintable = 0x7E;
+
+#if defined(__SSE2__)
+// The table maps every printable ASCII character to itself.
+bool keepsPrintable(const uint16_t* local) {
+    for (unsigned int byte = kFirstPrintable; byte <= kLastPrintable; ++byte) {
+        if (local[byte] != byte) return false;
+    }
+    return true;
+}
+
+// For a table that maps the printable ASCII characters to themselves: widens
+// sixteen bytes at a time with zero high bytes (x86 is little-endian), then
+// writes the table value over the unit of every other byte of the block.
+// Returns the bytes done, a multiple of sixteen; the rest is the caller's.
+size_t widenPrintableBlocks(const uint16_t* local, const unsigned char* in, size_t count, char* to) {
+    const __m128i zero = _mm_setzero_si128();
+    // Bytes compare as signed here, so 0x80 to 0xFF fall below the first printable.
+    const __m128i belowPrintable = _mm_set1_epi8(static_cast<char>(kFirstPrintable));
+    const __m128i lastPrintable = _mm_set1_epi8(static_cast<char>(kLastPrintable));
+    size_t done = 0;
+    for (; count - done >= 16; done += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + done));
+        char* const block = to + 2 * done;
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(block), _mm_unpacklo_epi8(bytes, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(block + 16), _mm_unpackhi_epi8(bytes, zero));
+        const __m128i others =
+            _mm_or_si128(_mm_cmplt_epi8(bytes, belowPrintable), _mm_cmpgt_epi8(bytes, lastPrintable));
+        for (unsigned int mask = static_cast<unsigned int>(_mm_movemask_epi8(others)); mask != 0; mask &= mask - 1) {
+            const size_t k = static_cast<size_t>(__builtin_ctz(mask));
+            putUnit(block + 2 * k, local[in[done + k]]);
+        }
+    }
+    return done;
+}
+#endif
+
 template <bool kEbcdic>
 unsigned int convertSingleByte(State& state) {
     const uint16_t* table = static_cast<const uint16_t*>(state.converter->getTable());
@@ -119,14 +180,11 @@ unsigned int convertSingleByte(State& state) {
             const uint16_t unit = kivUcs2FromTable(table[byte]);
             local[byte] = kEbcdic && unit == kNextLine ? kLineFeed : unit;
         }
-        unsigned int i = 0;
-        for (; i + 4 <= count; i += 4) {
-            putUnit(target + 2 * i, local[source[i]]);
-            putUnit(target + 2 * i + 2, local[source[i + 1]]);
-            putUnit(target + 2 * i + 4, local[source[i + 2]]);
-            putUnit(target + 2 * i + 6, local[source[i + 3]]);
-        }
-        for (; i < count; ++i) putUnit(target + 2 * i, local[source[i]]);
+        size_t done = 0;
+#if defined(__SSE2__)
+        if (keepsPrintable(local)) done = widenPrintableBlocks(local, source, count, target);
+#endif
+        widenThroughTable(local, source + done, source + count, target + 2 * done);
         *state.source += count;
         return 2 * count;
     }
@@ -428,6 +486,26 @@ unsigned int kivConvertByAlgorithmUTF8toUCS2(KivClConverterABase::_KivStConverte
 
 namespace {
 
+// Writes a unit below the surrogates as one to three bytes and moves to past
+// them; answers false, writing nothing, for any other unit.
+inline bool encodeBelowSurrogates(uint32_t unit, unsigned char*& to) {
+    if (unit < 0x80u) {
+        *to++ = static_cast<unsigned char>(unit);
+    } else if (unit < 0x800u) {
+        to[0] = static_cast<unsigned char>(0xC0u | (unit >> 6));
+        to[1] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
+        to += 2;
+    } else if (__builtin_expect(unit < 0xD800u, 1)) {
+        to[0] = static_cast<unsigned char>(0xE0u | (unit >> 12));
+        to[1] = static_cast<unsigned char>(0x80u | ((unit >> 6) & 0x3Fu));
+        to[2] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
+        to += 3;
+    } else {
+        return false;
+    }
+    return true;
+}
+
 // kRoomKnown: the caller made sure that the target holds three bytes for
 // every source unit, the most any unit needs (a surrogate pair gives four
 // bytes for two units), so no unit is checked for room.
@@ -443,27 +521,29 @@ unsigned int ucs2ToUtf8(State& state) {
     while (i < units) {
         if (kRoomKnown) {
             // Units below the surrogates have fixed lengths and, with room
-            // known, need no checks: one tight loop takes them up to the
-            // next surrogate or non-character, which the rules below handle.
+            // known, need no checks: tight loops take them up to the next
+            // surrogate or non-character, which the rules below handle. Four
+            // units a round share one test for the end of the source.
             const char* in = source + 2 * i;
             const char* const end = source + 2 * units;
             unsigned char* to = target + out;
-            for (; in != end; in += 2) {
-                const uint32_t unit = getUnit(in);
-                if (unit < 0x80u) {
-                    *to++ = static_cast<unsigned char>(unit);
-                } else if (unit < 0x800u) {
-                    to[0] = static_cast<unsigned char>(0xC0u | (unit >> 6));
-                    to[1] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
-                    to += 2;
-                } else if (__builtin_expect(unit < 0xD800u, 1)) {
-                    to[0] = static_cast<unsigned char>(0xE0u | (unit >> 12));
-                    to[1] = static_cast<unsigned char>(0x80u | ((unit >> 6) & 0x3Fu));
-                    to[2] = static_cast<unsigned char>(0x80u | (unit & 0x3Fu));
-                    to += 3;
-                } else {
+            while (end - in >= 8) {
+                if (!encodeBelowSurrogates(getUnit(in), to)) break;
+                if (!encodeBelowSurrogates(getUnit(in + 2), to)) {
+                    in += 2;
                     break;
                 }
+                if (!encodeBelowSurrogates(getUnit(in + 4), to)) {
+                    in += 4;
+                    break;
+                }
+                if (!encodeBelowSurrogates(getUnit(in + 6), to)) {
+                    in += 6;
+                    break;
+                }
+                in += 8;
+            }
+            for (; in != end && encodeBelowSurrogates(getUnit(in), to); in += 2) {
             }
             i = static_cast<unsigned int>((in - source) / 2);
             out = static_cast<unsigned int>(to - target);
