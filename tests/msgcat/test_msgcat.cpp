@@ -1,6 +1,7 @@
 // Message catalogs, messages and catalog proxies: catalog files built with
 // gencat and string tables, variable substitution, the failure texts, the
-// 80/81 storage boundary, the 4096 limit, copies and exhausted memory.
+// 80/81 storage boundary, the 4096 limit, copies and exhausted memory; the
+// library message table and its generated message source.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -11,10 +12,12 @@
 #include <utility>
 #include <vector>
 
+#include "kiv_error.hpp"
 #include "kiv_exception.hpp"
 #include "kiv_memmgr.hpp"
 #include "kiv_msgcat.hpp"
 #include "kiv_msgcatproxy.hpp"
+#include "kiv_msgtable.hpp"
 #include "kiv_test_support.hpp"
 
 namespace {
@@ -42,13 +45,10 @@ protected:
     kivtest::TempDir dir_;
 };
 
-// Allocator hook that records the sizes asked for and can be told to fail.
+// Allocator hooks that record the sizes asked for and fail while gFailing.
 std::vector<unsigned int> gSizes;
 bool gFailing = false;
-void* logAllocate(unsigned int size) {
-    gSizes.push_back(size);
-    return gFailing ? nullptr : std::malloc(size);
-}
+void* logAllocate(unsigned int size) { return gSizes.push_back(size), gFailing ? nullptr : std::malloc(size); }
 struct LoggedAllocations : kivtest::ScopedAllocatorHooks {
     explicit LoggedAllocations(bool fail = false)
         : ScopedAllocatorHooks(&logAllocate, &KivClMemoryManager::systemReallocator,
@@ -59,8 +59,10 @@ struct LoggedAllocations : kivtest::ScopedAllocatorHooks {
 };
 
 // A catalog without a file that reads the given messages (numbers 1 and up,
-// null entries kept) as its string table.
+// null entries kept) as its string table, or the library's table.
 struct TableCatalog {
+    TableCatalog() { catalog.useStringTable(kivLibraryMessageTable, KIV_MSGTABLE_LIBRARY_COUNT); }
+    std::string text(unsigned long id) const { return KivClMessage(catalog, id).getText(); }
     explicit TableCatalog(std::vector<const char*> messages) : table(std::move(messages)) {
         signature = "[KIV_MSGTAB_SIGNATURE] " + std::to_string(table.size() + 1);
         table.insert(table.begin(), signature.c_str());
@@ -73,13 +75,15 @@ struct TableCatalog {
     std::vector<const char*> table;
 };
 
+std::string quote(const std::string& text) { return "'" + text + "'"; }
+
 // Text and loaded state of one message.
 std::pair<std::string, bool> shown(const KivClMessage& message) { return {message.getText(), message.isLoaded()}; }
 
 // Runs replaceVars with room for outSize + 1 bytes and a guard byte that must
 // stay untouched; checks the returned length against the result.
 std::string expand(const char* text, std::vector<const char*> vars, unsigned long outSize) {
-    static TableCatalog none({});
+    static TableCatalog none;
     std::vector<char> out(outSize + 2, 'X');
     const unsigned long n = KivClMessage(none.catalog, 1).replaceVars(out.data(), outSize, text, vars.data(),
                                                                       vars.size());
@@ -91,10 +95,9 @@ std::string expand(const char* text, std::vector<const char*> vars, unsigned lon
 }  // namespace
 
 TEST_F(CatalogFile, ReadsSetOneAndFilesWithoutMessageOneAreNoCatalog) {
-    const std::string file = build("tool", "$set 1\n1 first message\n2 value <%1> and <%2>, 100%%\n4 \n"
-                                           "$set 2\n3 only in set two\n");
+    const std::string file = build("tool", "$set 1\n1 first message\n2 value <%1> and <%2>, 100%%\n4 \n5 " +
+                                           std::string(200, 'z') + "\n$set 2\n3 only in set two\n");
     KivClMessageCatalog catalog(KivClFilename(dir_.file("tool.txt").c_str()));
-    EXPECT_STREQ(catalog.getAsCString(), file.c_str());
     ASSERT_TRUE(catalog.isOpen() && !catalog.isDefaultCatalog());
     catalog.useStringTable(kTable, 3);  // ignored while the file is open
     const struct { unsigned long id; std::pair<std::string, bool> expected; } rows[] = {
@@ -104,17 +107,23 @@ TEST_F(CatalogFile, ReadsSetOneAndFilesWithoutMessageOneAreNoCatalog) {
         {4294967295ul, {"UNABLE TO LOAD MESSAGE #4294967295 FROM CATALOG: " + file, false}},
     };
     for (const auto& row : rows) EXPECT_EQ(shown(KivClMessage(catalog, row.id, "x")), row.expected) << row.id;
+    // Opening a catalog file allocates nothing; a long text that gets no
+    // memory leaves an empty short text.
+    {
+        LoggedAllocations log(true);
+        KivClMessageCatalog reopened(KivClFilename(file.c_str()));
+        KivClMessage message(reopened, 1);
+        EXPECT_THROW(message.setNewMessageId(5), KivClExceptionFatal);
+        EXPECT_EQ(shown(message), std::make_pair(std::string(), false));
+    }
 
     // The failure text names the whole file, even beyond 4096 characters;
     // such a catalog reads a string table.
     const std::string partial = build("partial", "$set 1\n2 second\n3 third\n");
-    kivtest::writeFile(dir_.file("junk.cat"), std::string(64, '\x7f') + "not a catalog");
-    kivtest::writeFile(dir_.file("empty.cat"), "");
     ASSERT_EQ(::mkdir(dir_.file("sub.cat").c_str(), 0700), 0);
     std::string longName = dir_.path() + "/";
     while (longName.size() < 4075) longName += "component/";
-    for (const std::string& name : {partial, dir_.file("junk.cat"), dir_.file("empty.cat"),
-                                    dir_.file("missing.cat"), dir_.file("sub.cat"), longName + "c.cat"}) {
+    for (const std::string& name : {partial, dir_.file("missing.cat"), dir_.file("sub.cat"), longName + "c.cat"}) {
         KivClMessageCatalog closed(KivClFilename(name.c_str()));
         EXPECT_FALSE(closed.isOpen()) << name;
         EXPECT_EQ(shown(KivClMessage(closed, 2)), std::make_pair("UNABLE TO LOAD MESSAGE CATALOG: " + name, false));
@@ -150,24 +159,6 @@ TEST_F(CatalogFile, LocaleComesFromTheEnvironmentOrFallsBackToC) {
     EXPECT_STREQ(KivClMessage(byDefault, 9).getText(), "UNABLE TO LOAD MESSAGE #9 FROM CATALOG: .cat");
 }
 
-TEST(MessageCatalog, MessageNumbersAndStringTableSignatures) {
-    EXPECT_TRUE(!KivClMessageCatalog::isValidMessageId(0) && KivClMessageCatalog::isValidMessageId(4294967295ul));
-    const std::vector<const char*> three(std::begin(kTable), std::end(kTable));
-    const char *const open = "[KIV_MSGTAB_SIGNATURE] 1", *const close = "[KIV_MSGTAB_SIGNATURE]";
-    // A count that disagrees with entry 0 is refused before entry count is
-    // read, so the sanitizer build would catch an overrun here.
-    const struct { std::vector<const char*> table; unsigned long count; bool valid; } rows[] = {
-        {three, 3, true}, {{open, close}, 1, true}, {three, 2, false}, {three, 30, false},
-        {{open, "[KIV_MSGTAB_SIGNATURE] "}, 1, false}, {{"[KIV_MSGTAB_SIGNATURE]_1", close}, 1, false},
-        {{"[KIV_MSGTAB_SIGNATURE] 1x", close}, 1, false}, {{nullptr, close}, 1, false}, {{open, nullptr}, 1, false},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(KivClMessageCatalog::isValidStringTable(row.table.data(), row.count), row.valid)
-            << (row.table[0] ? row.table[0] : "null") << " / " << row.count;
-    }
-    EXPECT_FALSE(KivClMessageCatalog::isValidStringTable(nullptr, 3));
-}
-
 TEST(MessageSubstitution, EscapesReferencesAndLimits) {
     // {text, variables, output size, expected}; the number is read like atol
     // (blanks, sign, leading zeros), but only the digits right after the '%'
@@ -188,11 +179,11 @@ TEST(MessageSubstitution, EscapesReferencesAndLimits) {
     for (const auto& row : rows) {
         EXPECT_EQ(expand(row.text, row.vars, row.outSize), row.expected) << (row.text ? row.text : "(null)");
     }
-    TableCatalog none({});
+    TableCatalog none;
     EXPECT_EQ(KivClMessage(none.catalog, 1).replaceVars(nullptr, 10, "abc", nullptr, 0), 0u);
 }
 
-TEST(MessageLoading, ConstructorsVariablesAndStringTableBounds) {
+TEST(MessageLoading, ConstructorsVariablesStringTableBoundsAndSignatures) {
     TableCatalog table({"one", "", "%10%11", nullptr, "%1 %2 %3 %4 %5 %6 %7 %8 %9 %10"});
     const char* vars[10] = {"1", "2", "3", "4", "5", "6", "7", "8", "9", "ten"};
     KivClMessage message(table.catalog, 5, "first");
@@ -213,13 +204,26 @@ TEST(MessageLoading, ConstructorsVariablesAndStringTableBounds) {
         const KivClMessage loaded(table.catalog, row.id, "a", "b", "c", "d", "e", "f", "g", "h", "i", "j");
         EXPECT_EQ(shown(loaded), row.expected) << row.id;
     }
-    // Without a table every number fails; a table counts from the next load on.
+    // Without a table every number fails.
     table.catalog.useStringTable(nullptr, 6);
     message.setNewMessageId(1);
     EXPECT_EQ(shown(message), std::make_pair(failure, false));
-    table.catalog.useStringTable(table.table.data(), 6);
-    message.setNewMessageId(1);
-    EXPECT_STREQ(message.getText(), "one");
+
+    EXPECT_TRUE(!KivClMessageCatalog::isValidMessageId(0) && KivClMessageCatalog::isValidMessageId(4294967295ul));
+    const std::vector<const char*> three(std::begin(kTable), std::end(kTable));
+    const char *const open = "[KIV_MSGTAB_SIGNATURE] 1", *const close = "[KIV_MSGTAB_SIGNATURE]";
+    // A count that disagrees with entry 0 is refused before entry count is
+    // read, so the sanitizer build would catch an overrun here.
+    const struct { std::vector<const char*> table; unsigned long count; bool valid; } signatures[] = {
+        {three, 3, true}, {{open, close}, 1, true}, {three, 2, false}, {three, 30, false},
+        {{open, "[KIV_MSGTAB_SIGNATURE] "}, 1, false}, {{"[KIV_MSGTAB_SIGNATURE]_1", close}, 1, false},
+        {{"[KIV_MSGTAB_SIGNATURE] 1x", close}, 1, false}, {{nullptr, close}, 1, false}, {{open, nullptr}, 1, false},
+    };
+    for (const auto& row : signatures) {
+        EXPECT_EQ(KivClMessageCatalog::isValidStringTable(row.table.data(), row.count), row.valid)
+            << (row.table[0] ? row.table[0] : "null") << " / " << row.count;
+    }
+    EXPECT_FALSE(KivClMessageCatalog::isValidStringTable(nullptr, 3));
 }
 
 TEST(MessageStorage, ShortAndLongTextsCopiesAndTheLengthLimit) {
@@ -240,7 +244,6 @@ TEST(MessageStorage, ShortAndLongTextsCopiesAndTheLengthLimit) {
     target = message;
     EXPECT_EQ(gSizes, (std::vector<unsigned int>{82, 82}));
     EXPECT_EQ(target.getText(), text81);
-    EXPECT_NE(target.getText(), message.getText());
     target = KivClMessage(table.catalog, 1);  // a short text replaces a long one
     EXPECT_EQ(target.getText(), text80);
     target.setNewMessageId(1);
@@ -259,20 +262,6 @@ TEST(MessageStorage, ShortAndLongTextsCopiesAndTheLengthLimit) {
     EXPECT_EQ(gSizes.back(), 4097u);
     message.setNewMessageId(4, "VAR");
     EXPECT_EQ(message.getText(), std::string(4095, 'p') + "V");
-}
-
-TEST_F(CatalogFile, ExhaustedMemoryLeavesAnEmptyShortText) {
-    // Opening a catalog file allocates nothing; loading a long text does.
-    const std::string file = build("big", "$set 1\n1 fits\n2 " + std::string(200, 'z') + "\n");
-    LoggedAllocations log(true);
-    KivClMessageCatalog catalog(KivClFilename(file.c_str()));
-    KivClMessage message(catalog, 1);
-    EXPECT_STREQ(message.getText(), "fits");
-    EXPECT_THROW(message.setNewMessageId(2), KivClExceptionFatal);
-    EXPECT_EQ(shown(message), std::make_pair(std::string(), false));
-    gFailing = false;
-    message.setNewMessageId(2);
-    EXPECT_EQ(message.getText(), std::string(200, 'z'));
 }
 
 TEST_F(CatalogFile, ProxiesOverFilesTablesAndAttachedCatalogs) {
@@ -296,37 +285,107 @@ TEST_F(CatalogFile, ProxiesOverFilesTablesAndAttachedCatalogs) {
     for (const auto& row : rows) EXPECT_EQ(row.got, row.expected);
     kivMsgCatClose(handle);
     EXPECT_EQ(kivMsgCatOpen(missing.c_str()), nullptr);
-    EXPECT_FALSE(kivMsgCatIsValid(nullptr, 1));
-    EXPECT_EQ(std::string(kivMsgCatGet(nullptr, 1)) + kivMsgCatGetVar(nullptr, 1, "a", kNone), "");
+    EXPECT_FALSE(kivMsgCatIsValid(nullptr, 1) || *kivMsgCatGet(nullptr, 1) || *kivMsgCatGetVar(nullptr, 1, "a", kNone));
     kivMsgCatClose(nullptr);
 
     KivClMessageCatalogProxy* table = kivMsgCatOpenOrUseStringTable(missing.c_str(), kTable, 3);
     EXPECT_STREQ(kivMsgCatGetVar(table, 2, "x", kNone), "table x");
     kivMsgCatClose(table);
-    KivClMessageCatalogProxy* opened = kivMsgCatOpenOrUseStringTable(file.c_str(), kTable, 3);
-    EXPECT_STREQ(kivMsgCatGet(opened, 1), "first message");  // an open file wins
-    kivMsgCatClose(opened);
 
     KivClMessageCatalog catalog{KivClFilename(file.c_str())};
     KivClMessageCatalogProxy* attached = kivMsgCatOpenAttach(&catalog);
-    ASSERT_TRUE(attached != nullptr && !attached->ownsCatalog());
+    ASSERT_NE(attached, nullptr);
     EXPECT_STREQ(kivMsgCatGet(attached, 2), "second message");
     kivMsgCatClose(attached);
     EXPECT_STREQ(KivClMessage(catalog, 1).getText(), "first message");
     KivClMessageCatalog closed{KivClFilename(missing.c_str())};
     closed.useStringTable(kTable, 3);
     EXPECT_TRUE(kivMsgCatOpenAttach(&closed) == nullptr && kivMsgCatOpenAttach(nullptr) == nullptr);
-}
 
-TEST_F(CatalogFile, LongProxyTextsAreCutWithoutSplittingCharacters) {
     // A failure text is a 32-character head and the whole catalog name; the
-    // rows put the cut between two characters or inside a two-byte one.
-    const struct { size_t asciiBefore, keptLength; } rows[] = {{4000, 4099}, {4001, 4098}};
-    for (const auto& row : rows) {
-        std::string name = "/" + std::string(row.asciiBefore, 'a');
+    // rows put the proxy's cut between two characters or inside a two-byte one.
+    const struct { size_t asciiBefore, keptLength; } cuts[] = {{4000, 4099}, {4001, 4098}};
+    for (const auto& cut : cuts) {
+        std::string name = "/" + std::string(cut.asciiBefore, 'a');
         while (name.size() < 4090) name += "\xC3\xA9";  // é
         KivClMessageCatalogProxy proxy{KivClFilename(name.c_str())};
         const std::string full = KivClMessage(*proxy.getCatalog(), 1).getText();
-        EXPECT_EQ(std::string(proxy.getMessage(1)), full.substr(0, row.keptLength)) << row.asciiBefore;
+        EXPECT_EQ(std::string(proxy.getMessage(1)), full.substr(0, cut.keptLength)) << cut.asciiBefore;
+    }
+}
+
+// Every text is pinned by the shipped message source (below); here the
+// frame, the reserved places and the names the error mappings point at.
+TEST(LibraryMessageTable, FrameAndErrorNames) {
+    EXPECT_STREQ(kivLibraryMessageTable[KIV_MSGTABLE_LIBRARY_COUNT], "[KIV_MSGTAB_SIGNATURE]");
+    for (unsigned long id = 200; id <= 219; ++id) EXPECT_STREQ(kivLibraryMessageTable[id], "?") << id;
+    TableCatalog catalog;
+    EXPECT_EQ(catalog.text(0) + catalog.text(1) + catalog.text(220),
+              "[KIV_MSGTAB_SIGNATURE] 221[KIV-LIBRARY][KIV-LIBRARY]");
+    EXPECT_EQ(catalog.text(221), std::string("UNABLE TO LOAD MESSAGE CATALOG: ") + catalog.catalog.getAsCString());
+    // Error identifiers, classes, severities and actions (USER and
+    // RETRYDELAY stand in the other order).
+    const std::pair<unsigned long, const char*> names[] = {
+        {kivErrorGetIdAsMessageId(KIV_ERRID_NO_ERROR), "NO_ERROR"},
+        {kivErrorGetIdAsMessageId(KIV_ERRID_ICU_ERROR_LIMIT), "ICU_ERROR_LIMIT"},
+        {kivErrorGetClassAsMessageId(KIV_ERRCLASS_UNKNOWN), "UNKNOWN"},
+        {kivErrorGetClassAsMessageId(KIV_ERRCLASS_HARDWARE_NOT_SUPPORTED), "HARDWARE_NOT_SUPPORTED"},
+        {kivErrorGetSeverityAsMessageId(KIV_SEVERITY_NONE), "NONE"},
+        {kivErrorGetSeverityAsMessageId(KIV_SEVERITY_PANIC), "PANIC"},
+        {kivErrorGetActionAsMessageId(KIV_ACTION_USER), "USER"},
+        {kivErrorGetActionAsMessageId(KIV_ACTION_RETRYDELAY), "RETRYDELAY"},
+        {kivErrorGetActionAsMessageId(KIV_ACTION_PANIC), "PANIC"},
+    };
+    for (const auto& [id, name] : names) EXPECT_EQ(catalog.text(id), name) << id;
+}
+
+// The shipped file is the generator's current output; every message of it,
+// through gencat and catgets, equals the table's message after the same
+// variable substitution and is not empty; numbers past the block are absent.
+TEST(LibraryMessageSource, ShippedFileIsTheGeneratorsOutputAndAgreesWithTheTable) {
+    const kivtest::ChildResult written = kivtest::runShell(quote(KIV_MSGSOURCE_TOOL));
+    ASSERT_TRUE(written.exited && written.exitCode == 0) << written.err;
+    EXPECT_EQ(kivtest::readFile(KIV_LIBRARY_MSG), written.out)
+        << "msgcat/kiv_library.msg is out of date: build the target kiv_update_msgsource";
+    kivtest::ScopedEnv locale("LC_ALL", "C");
+    kivtest::TempDir dir;
+    const kivtest::ChildResult made =
+        kivtest::runShell("gencat " + quote(dir.file("library.cat")) + " " + quote(KIV_LIBRARY_MSG));
+    ASSERT_TRUE(made.exited && made.exitCode == 0) << made.err;
+    const KivClMessageCatalog fromFile{KivClFilename(dir.file("library.cat").c_str())};
+    ASSERT_TRUE(fromFile.isOpen());
+    const TableCatalog fromTable;
+    for (unsigned long id = 1; id < KIV_MSGTABLE_LIBRARY_COUNT; ++id) {
+        const KivClMessage expected(fromTable.catalog, id, "v1", "v2", "v3", "v4", "v5", "v6", "v7", "v8", "v9",
+                                    "v10");
+        const KivClMessage actual(fromFile, id, "v1", "v2", "v3", "v4", "v5", "v6", "v7", "v8", "v9", "v10");
+        ASSERT_TRUE(expected.isLoaded() && *expected.getText() != '\0') << id;
+        EXPECT_EQ(shown(actual), shown(expected)) << "message " << id;
+    }
+    EXPECT_FALSE(KivClMessage(fromFile, KIV_MSGTABLE_LIBRARY_COUNT).isLoaded());
+}
+
+// With a base the numbers move, the texts stay; bad command lines exit 1 with
+// the usage, an unwritable output file 2.
+TEST(LibraryMessageSource, GeneratorOptionsAndFailures) {
+    kivtest::TempDir dir;
+    const std::string tool = quote(KIV_MSGSOURCE_TOOL);
+    const kivtest::ChildResult shifted = kivtest::runShell(tool + " -base 100 -o " + quote(dir.file("b.msg")));
+    ASSERT_TRUE(shifted.exited && shifted.exitCode == 0) << shifted.err;
+    const std::string text = kivtest::readFile(dir.file("b.msg"));
+    EXPECT_NE(text.find("\n$set 1\n101 \"[KIV-LIBRARY]\"\n102 \"Percent:%% Arg1:%1"), std::string::npos);
+    EXPECT_NE(text.find("\n103 \"YES\"\n104 \"NO\"\n"), std::string::npos);
+    EXPECT_NE(text.find("\n320 \"[KIV-LIBRARY]\"\n"), std::string::npos);
+    EXPECT_EQ(text.find("\n321 "), std::string::npos);
+
+    const struct { const char* arguments; int exitCode; } rows[] = {
+        {"-base", 1},         {"-base x", 1},       {"-base -5", 1},
+        {"-base 1000001", 1}, {"-base 12abc", 1},   {"-o", 1},
+        {"-v", 1},            {"-base 1000000", 0}, {"-o /nonexistent-dir/x.msg", 2},
+    };
+    for (const auto& row : rows) {
+        const kivtest::ChildResult result = kivtest::runShell(tool + " " + row.arguments + " >/dev/null");
+        EXPECT_TRUE(result.exited && result.exitCode == row.exitCode) << row.arguments;
+        EXPECT_EQ(result.err.find("usage: kivmsgsource") != std::string::npos, row.exitCode == 1) << row.arguments;
     }
 }
