@@ -19,35 +19,26 @@ using Names = std::vector<std::string>;
 inline Names sectionNames(const KivClIniFile& ini) {
     Names names;
     KivClIniFileSectionCursor cursor(ini);
-    for (cursor.setToFirst(); cursor.isValid(); cursor.setToNext()) {
-        names.emplace_back(cursor.getSection());
-    }
+    for (cursor.setToFirst(); cursor.isValid(); cursor.setToNext()) names.emplace_back(cursor.getSection());
     return names;
 }
 
 inline Names optionNames(const KivClIniFile& ini, const KivClIniFileSection* section) {
     Names names;
     KivClIniFileOptionCursor cursor(ini, section);
-    for (cursor.setToFirst(); cursor.isValid(); cursor.setToNext()) {
-        names.emplace_back(cursor.getOption());
-    }
+    for (cursor.setToFirst(); cursor.isValid(); cursor.setToNext()) names.emplace_back(cursor.getOption());
     return names;
 }
 
-inline bool loadText(KivClIniFile& ini, const std::string& text, bool newSection = true,
-                     bool continuation = false) {
-    return ini.loadFromBuffer(text.data(), static_cast<unsigned int>(text.size()), '\n', newSection,
-                              continuation);
+inline bool loadText(KivClIniFile& ini, const std::string& text, bool newSection = true, bool continuation = false) {
+    return ini.loadFromBuffer(text.data(), static_cast<unsigned int>(text.size()), '\n', newSection, continuation);
 }
 
 // Value and comment of an option, or "<missing>" for both.
-inline std::pair<std::string, std::string> entry(const KivClIniFile& ini, const char* section,
-                                                 const char* name) {
+inline std::pair<std::string, std::string> entry(const KivClIniFile& ini, const char* section, const char* name) {
     const char* value = nullptr;
     const char* comment = nullptr;
-    if (!ini.getSection(section) || !ini.getOption(name, value, comment)) {
-        return {"<missing>", "<missing>"};
-    }
+    if (!ini.getSection(section) || !ini.getOption(name, value, comment)) return {"<missing>", "<missing>"};
     return {value, comment};
 }
 
@@ -66,14 +57,12 @@ inline void expectOptions(const KivClIniFile& ini, const char* section, const st
 // Records loader reports as (error id, line) pairs; when stopAt is not 0,
 // asks to stop at that report (1-based).
 using Report = std::pair<uint32_t, unsigned int>;
-
 struct Recorder {
     std::vector<Report> reports;
     size_t stopAt = 0;
     bool wrongClass = false;
 
     void attach(KivClIniFile& ini) { ini.setErrorHandler(&Recorder::handle, this); }
-
     static bool handle(const _KivStError& error, unsigned int line, void* data) {
         Recorder* self = static_cast<Recorder*>(data);
         self->reports.emplace_back(error.errorId, line);
@@ -91,7 +80,6 @@ struct LoadedIni {
         recorder.attach(ini);
         result = loadText(ini, text, newSection, continuation);
     }
-
     KivClIniFile ini;
     Recorder recorder;
     bool result;
