@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <functional>
@@ -98,21 +99,6 @@ const uint32_t kSection = KIV_ERRID_INIFILE_INVAL_SECTION;
 const uint32_t kOption = KIV_ERRID_INIFILE_INVAL_OPTION;
 const uint32_t kBlank = KIV_ERRID_INIFILE_INVAL_WHITESPACE;
 
-// Each row: the text after "name=" on its own line, the value and comment.
-struct ValueRow { const char* name; std::string text, value, comment; };
-
-void expectValueRows(const std::vector<ValueRow>& rows) {
-    std::string text = "[V]\n";
-    for (const ValueRow& row : rows) {
-        text += std::string(row.name) + "=" + row.text + "\n";
-    }
-    KivClIniFile ini(KivClFilename("unused"));
-    ASSERT_TRUE(loadText(ini, text));
-    for (const ValueRow& row : rows) {
-        EXPECT_EQ(entry(ini, "V", row.name), std::make_pair(row.value, row.comment)) << row.text;
-    }
-}
-
 // The number of blocks the failing allocator below still grants.
 int allocationsLeft = 0;
 
@@ -162,7 +148,6 @@ TEST(IniLoader, CommentsSectionHeadersAndOptionNames) {
     const KivClIniFile& ini = loaded.ini;
     EXPECT_TRUE(loaded.result && loaded.recorder.reports.empty());
     EXPECT_EQ(sectionNames(ini), (Names{" Two Words ", std::string(80, 'n'), ""}));
-    EXPECT_EQ(ini.getLineNumber(), 11u);
     EXPECT_EQ(entry(ini, " two words ", "x").first, "2");
 
     // Blanks in names are dropped; options of one name are all kept.
@@ -178,7 +163,8 @@ TEST(IniLoader, CommentsSectionHeadersAndOptionNames) {
 TEST(IniLoader, ValueRulesQuotesEscapesReferencesAndComments) {
     ScopedEnv set("KIVINI_TEST_VAR", "  val  ");
     ScopedEnv unset("KIVINI_UNSET_VAR", nullptr);
-    expectValueRows({
+    // Each row: the text after "name=" on its own line, the value and comment.
+    const struct { const char* name; std::string text, value, comment; } rows[] = {
         {"plain", "  plain value   ; the comment  ", "plain value", "the comment  "},
         {"blank", "' '", " ", ""},                  {"tabq", "\"x\\ty\"", "x\ty", ""},
         {"tabraw", "x\\ty", "x\\ty", ""},             {"open", "\"abc", "abc", ""},
@@ -196,7 +182,14 @@ TEST(IniLoader, ValueRulesQuotesEscapesReferencesAndComments) {
         {"unset", "<$(KIVINI_UNSET_VAR)>", "<>", ""}, {"longname", "$(" + std::string(41, 'V') + ")z", "z", ""},
         {"quotedref", "\"$(KIVINI_TEST_VAR)\"", "$(KIVINI_TEST_VAR)", ""},
         {"semiref", "$(KIVINI_TEST_VAR;x)", "", ""},
-    });
+    };
+    std::string text = "[V]\n";
+    for (const auto& row : rows) text += std::string(row.name) + "=" + row.text + "\n";
+    KivClIniFile ini(KivClFilename("unused"));
+    ASSERT_TRUE(loadText(ini, text));
+    for (const auto& row : rows) {
+        EXPECT_EQ(entry(ini, "V", row.name), std::make_pair(row.value, row.comment)) << row.text;
+    }
 }
 
 TEST(IniLoader, ContinuationLines) {
@@ -330,7 +323,6 @@ TEST(IniLoader, LoadsTheNamedFile) {
         recorder.attach(missing);
         EXPECT_FALSE(missing.load(false)) << missing.getAsCString();
         EXPECT_EQ(recorder.reports.size(), 1u);
-        EXPECT_EQ(missing.getFirstSection(), nullptr);
     }
 }
 
@@ -363,9 +355,7 @@ TEST(IniLoader, ExhaustedMemoryThrowsAndKeepsWhatWasLoaded) {
     KivClIniFile ini(KivClFilename("unused"));
     const std::string text = "[A]\na=1\nb=2\n[B]\nc=3\n";
     allocationsLeft = 3;
-    auto limited = [](unsigned int size) {
-        return allocationsLeft-- > 0 ? KivClMemoryManager::systemAllocator(size) : nullptr;
-    };
+    auto limited = [](unsigned int size) { return allocationsLeft-- > 0 ? std::malloc(size) : nullptr; };
     {
         kivtest::ScopedAllocatorHooks hooks(limited, &KivClMemoryManager::systemReallocator,
                                             &KivClMemoryManager::systemDeallocator);
@@ -414,14 +404,14 @@ TEST(IniModel, SelectionTypedAndBooleanQueries) {
     EXPECT_FALSE(ini.getOption("long", value) || ini.getSection(nullptr));
 
     // A value is true when it occurs, ignoring case, in the true tokens.
-    EXPECT_STREQ(ini.getStringAllTrueTokens(), "|ON|TRUE|YES|1|OK|");
     ASSERT_TRUE(ini.getSection("flags"));
     KivClIniFileOptionCursor flags(ini);
     const std::string falseNames = "|no|off|zero|";
     for (const char* name : {"yes", "On", "one", "ok", "empty", "n", "rue", "no", "off", "zero"}) {
         const bool expected = falseNames.find("|" + std::string(name) + "|") == std::string::npos;
         bool viaName = !expected, withComment = !expected, viaCursor = !expected;
-        EXPECT_TRUE(ini.getOptionBool(name, viaName) && ini.getOptionBool(name, withComment, note) && flags.setTo(name));
+        EXPECT_TRUE(ini.getOptionBool(name, viaName) && ini.getOptionBool(name, withComment, note) &&
+                    flags.setTo(name));
         EXPECT_STREQ(flags.getValueBool(viaCursor), flags.getValue());
         EXPECT_TRUE(viaName == expected && withComment == expected && viaCursor == expected && !*note) << name;
     }
@@ -490,8 +480,7 @@ TEST(IniModel, ReplacingAndDeletingKeepPlaces) {
     EXPECT_TRUE(ini.deleteOption("a", "X"));
     EXPECT_FALSE(ini.deleteOption("a", "nothere") || ini.deleteOption("nothere", "y"));
     KivClIniFileOptionCursor aOptions(ini, sectionA);
-    EXPECT_TRUE(aOptions.setTo(""));  // the deleted option matches only ""
-    EXPECT_FALSE(aOptions.matches("x"));
+    EXPECT_TRUE(aOptions.setTo("") && !aOptions.matches("x"));  // the deleted option matches only ""
     EXPECT_EQ(std::string(aOptions.getValue()) + aOptions.getComment(), "");
     // The name is free again, while a name differing in case is not.
     EXPECT_TRUE(ini.addOption("A", "x", "new") && !ini.addOption("A", "Y", "new"));
@@ -507,22 +496,17 @@ TEST(IniModel, ReplacingAndDeletingKeepPlaces) {
     ASSERT_TRUE(cSection.setTo("C"));
     KivClIniFileOptionCursor cOptions(cSection);
     EXPECT_FALSE(ini.deleteOption(cOptions));
-    ASSERT_TRUE(cOptions.setToFirst());
-    EXPECT_TRUE(ini.deleteOption(cOptions));
-    EXPECT_STREQ(cOptions.getOption(), "");
+    EXPECT_TRUE(cOptions.setToFirst() && ini.deleteOption(cOptions) && *cOptions.getOption() == '\0');
     EXPECT_FALSE(ini.deleteOption(cSection, "w"));
-    EXPECT_TRUE(ini.deleteSection(cSection) && cSection.isValid());
-    EXPECT_STREQ(cSection.getSection(), "");
-    ASSERT_TRUE(cSection.setTo("A"));
-    EXPECT_TRUE(ini.deleteOption(cSection, "y"));
+    EXPECT_TRUE(ini.deleteSection(cSection) && cSection.isValid() && *cSection.getSection() == '\0');
+    EXPECT_TRUE(cSection.setTo("A") && ini.deleteOption(cSection, "y"));
     EXPECT_EQ(optionNames(ini, sectionA), (Names{"", "", "x"}));
 }
 
 TEST(IniModel, CursorsWalkSearchAndSeeOnlyWhatFollowsTheirFirstEntry) {
     KivClIniFile ini(KivClFilename("unused"));
     KivClIniFileSectionCursor early(ini);
-    EXPECT_FALSE(early.isValid() || early.setToNext() || early.matches(""));
-    EXPECT_STREQ(early.getSection(), "");
+    EXPECT_FALSE(early.isValid() || early.setToNext() || early.matches("") || *early.getSection() != '\0');
     ini.addSection("One");
     // A cursor made on an empty list never sees sections added later...
     EXPECT_FALSE(early.setToFirst() || early.setTo("One"));
@@ -535,8 +519,7 @@ TEST(IniModel, CursorsWalkSearchAndSeeOnlyWhatFollowsTheirFirstEntry) {
     ASSERT_TRUE(cursor.setToNext() && cursor.setToNext());
     EXPECT_STREQ(cursor.getSection(), "Three");
     EXPECT_FALSE(cursor.setToNext() || cursor.isValid() || cursor.setToNext());
-    EXPECT_TRUE(cursor.setTo("two"));
-    EXPECT_STREQ(cursor.getSection(), "Two");
+    EXPECT_TRUE(cursor.setTo("two") && std::string(cursor.getSection()) == "Two");
     EXPECT_TRUE(cursor.setTo("TWO") && cursor.setTo("one"));
     EXPECT_FALSE(cursor.setTo("four") || cursor.isValid() || cursor.setTo(nullptr));
 
@@ -551,10 +534,8 @@ TEST(IniModel, CursorsWalkSearchAndSeeOnlyWhatFollowsTheirFirstEntry) {
     ASSERT_TRUE(ini.addOption(cursor, "late", "1") && ini.addOption(cursor, "later", "2"));
     EXPECT_FALSE(onEmpty.setToFirst());
     KivClIniFileOptionCursor afterwards(cursor);
-    EXPECT_EQ(&afterwards.getIniFile(), &ini);
     ASSERT_TRUE(afterwards.setToFirst() && afterwards.matches("LATE"));
-    ASSERT_TRUE(afterwards.setToNext());
-    EXPECT_STREQ(afterwards.getOption(), "later");
+    EXPECT_TRUE(afterwards.setToNext() && std::string(afterwards.getOption()) == "later");
     EXPECT_FALSE(afterwards.setToNext() || afterwards.setTo("absent") || afterwards.isValid());
 }
 
@@ -613,8 +594,7 @@ TEST(IniSave, SavingToTheNamedFile) {
     unwritable.addSection("S");
     EXPECT_FALSE(unwritable.save() || unwritable.save());
     std::ofstream stream;
-    KivClIniFileSave unwritable2(KivClFilename(dir.file("no/such/dir/y.ini").c_str()));
-    EXPECT_FALSE(unwritable2.saveSection(stream, "S", nullptr));
+    EXPECT_FALSE(unwritable.saveSection(stream, "S", nullptr));
 }
 
 TEST(IniSave, VariedModelsSaveAndLoadBackEqual) {
@@ -647,13 +627,10 @@ TEST(IniSave, VariedModelsSaveAndLoadBackEqual) {
         ASSERT_TRUE(ini.save());
     }
     EXPECT_EQ(readFile(dir.file("trip.ini")), expected);
-    KivClIniFile back(KivClFilename(dir.file("trip.ini").c_str()));
-    Recorder recorder;
-    recorder.attach(back);
-    ASSERT_TRUE(back.load(false));
-    EXPECT_TRUE(recorder.reports.empty());
+    LoadedIni back(expected);
+    ASSERT_TRUE(back.result && back.recorder.reports.empty());
     for (const auto& row : table) {
-        EXPECT_EQ(entry(back, "R", row[0].c_str()), std::make_pair(row[1], std::string())) << row[0];
+        EXPECT_EQ(entry(back.ini, "R", row[0].c_str()), std::make_pair(row[1], std::string())) << row[0];
     }
 }
 

@@ -285,7 +285,8 @@ TEST_F(CatalogFile, ProxiesOverFilesTablesAndAttachedCatalogs) {
     for (const auto& row : rows) EXPECT_EQ(row.got, row.expected);
     kivMsgCatClose(handle);
     EXPECT_EQ(kivMsgCatOpen(missing.c_str()), nullptr);
-    EXPECT_FALSE(kivMsgCatIsValid(nullptr, 1) || *kivMsgCatGet(nullptr, 1) || *kivMsgCatGetVar(nullptr, 1, "a", kNone));
+    EXPECT_FALSE(kivMsgCatIsValid(nullptr, 1) || *kivMsgCatGet(nullptr, 1) ||
+                 *kivMsgCatGetVar(nullptr, 1, "a", kNone));
     kivMsgCatClose(nullptr);
 
     KivClMessageCatalogProxy* table = kivMsgCatOpenOrUseStringTable(missing.c_str(), kTable, 3);
