@@ -197,13 +197,9 @@ TEST(SingleByteTables, LongInputsMatchByteByByte) {
     for (int round = 0; round < 24; ++round) {
         for (int b = 0; b < 256; ++b) every += static_cast<char>((b * 7 + round) & 0xFF);
     }
-    struct Row {
-        unsigned int ccsid;
-        size_t length;
-        unsigned int targetSize;  // 0: room for the whole input
-        size_t consumed;
-        uint32_t errorId;
-    } rows[] = {
+    // A target size of 0 gives room for the whole input.
+    const struct Row { unsigned int ccsid; size_t length; unsigned int targetSize; size_t consumed; uint32_t errorId; }
+        rows[] = {
         {37, 511, 0, 511, OK},     {37, 512, 0, 512, OK},       {37, 515, 0, 515, OK},
         {850, 4099, 0, 4099, OK},  {1252, 6144, 0, 6144, OK},   {37, 4096, 2051, 1025, TOO_BIG},
         {850, 4096, 1030, 515, TOO_BIG},
@@ -221,10 +217,7 @@ TEST(SingleByteTables, LongInputsMatchByteByByte) {
 }
 
 TEST(ConverterSizes, Table) {
-    struct Row {
-        uint32_t source, target;
-        unsigned int n, forLength, forSize;
-    } rows[] = {
+    const struct Row { uint32_t source, target; unsigned int n, forLength, forSize; } rows[] = {
         {37, 13488, 10, 20, 20},       {1392, 13488, 10, 40, 20},   {65500, 13488, 10, 20, 10},
         {13488, 1208, 10, 50, 15},     {13488, 1392, 10, 40, 10},   {13488, 65500, 10, 20, 10},
         {13488, 37, 10, 20, 5},        {13488, 930, 11, 22, 10},    {437, 1208, 3, 15, 9},
@@ -257,13 +250,9 @@ TEST(ConverterStatics, MarksAndUtf8Decoding) {
               std::vector<uint32_t>({0x41, 0x20AC, 0x1F600}));
 }
 
-TEST(IcuInterface, ErrorMap) {
-    struct Row {
-        UErrorCode status;
-        uint32_t id;
-        KivEnErrorClass errorClass;
-        KivEnErrorAction action;
-        KivEnErrorSeverity severity;
+TEST(IcuInterface, ErrorMapAndExceptions) {
+    const struct Row {
+        UErrorCode status; uint32_t id; KivEnErrorClass errorClass; KivEnErrorAction action; KivEnErrorSeverity severity;
     } rows[] = {
         {U_ZERO_ERROR, 0, KIV_ERRCLASS_UNKNOWN, KIV_ACTION_IGNORE, KIV_SEVERITY_NONE},
         {U_ILLEGAL_ARGUMENT_ERROR, KIV_ERRID_ICU_ILLEGAL_ARGUMENT_ERROR, KIV_ERRCLASS_USER_ERROR, KIV_ACTION_INFORM,
@@ -298,9 +287,7 @@ TEST(IcuInterface, ErrorMap) {
     }
     // All 21 failure statuses up to U_NO_SPACE_AVAILABLE have a row.
     for (int s = 0; s <= U_NO_SPACE_AVAILABLE; ++s) EXPECT_NO_THROW(I::getKivEntryForIcuError(UErrorCode(s))) << s;
-}
 
-TEST(IcuInterface, Exceptions) {
     // Cause, module, error id, severity and action of what call throws.
     const auto thrown = [](const std::function<void()>& call) {
         try {
@@ -326,10 +313,8 @@ TEST(IcuInterface, Exceptions) {
 }
 
 TEST(IcuInterface, OpeningConverters) {
-    struct Row {
-        unsigned int ccsid;
-        const char* name;  // null: the open fails
-    } rows[] = {{932, "ibm-942_P12A-1999"}, {942, "ibm-942_P12A-1999"}, {943, "ibm-943_P15A-2003"},
+    // A null name: the open fails.
+    const struct Row { unsigned int ccsid; const char* name; } rows[] = {{932, "ibm-942_P12A-1999"}, {942, "ibm-942_P12A-1999"}, {943, "ibm-943_P15A-2003"},
                 {1392, "gb18030"},          {37, "ibm-37_P100-1995"},  {65502, nullptr},
                 {4352, nullptr}, {99, nullptr}};
     for (const Row& row : rows) {
