@@ -77,8 +77,9 @@ TEST(CCSID, RegistryHasEveryRowInItsGroup) {
 }
 
 TEST(CCSID, EqualityAndEndianness) {
-    const struct Row { uint32_t a, b; bool equal; } rows[] = {{65501, 13488, true}, {13488, 65501, true}, {65500, 13488, false},
-                {1200, 13488, false}, {37, 37, true},       {37, 500, false}};
+    const struct Row { uint32_t a, b; bool equal; } rows[] = {
+        {65501, 13488, true}, {13488, 65501, true}, {65500, 13488, false},
+        {1200, 13488, false}, {37, 37, true},       {37, 500, false}};
     for (const Row& row : rows) {
         EXPECT_EQ(KivClCCSID(row.a) == row.b, row.equal) << row.a << " " << row.b;
         EXPECT_EQ(KivClCCSID(row.a) != KivClCCSID(row.b), !row.equal) << row.a << " " << row.b;
@@ -90,7 +91,8 @@ TEST(CCSID, EqualityAndEndianness) {
     EXPECT_TRUE(KivClCCSID(65500).isUCS2BigEndian() && !KivClCCSID(65500).isUCS2HostEndian());
     // Byte order marks.
     const auto mark = [](const char* text) { return KivClCCSID::getCCSIDForUCS2EndianId(text); };
-    EXPECT_EQ(std::vector<uint32_t>({mark("\xFE\xFF" "abc"), mark("\xFF\xFE"), mark("\xFF"), mark("ab"), mark(nullptr)}),
+    EXPECT_EQ(std::vector<uint32_t>({mark("\xFE\xFF" "abc"), mark("\xFF\xFE"), mark("\xFF"), mark("ab"),
+                                     mark(nullptr)}),
               std::vector<uint32_t>({65500, 65501, 0, 0, 0}));
 }
 
@@ -101,7 +103,8 @@ TEST(CCSID, ConsoleCodesetThroughIcu) {
     EXPECT_EQ(KivClCCSID::getCCSIDForCodesetName(""), 1208u);
     // UTF-7 has no IBM CCSID in ICU's alias data: falls back as well.
     EXPECT_EQ(KivClCCSID::getCCSIDForCodesetName("UTF-7"), 1208u);
-    const struct Row { const char* locale; uint32_t expected; } rows[] = {{"C", 367}, {"C.UTF-8", 1208}, {"xx_NOWHERE.BOGUS", 1208}};
+    const struct Row { const char* locale; uint32_t expected; } rows[] = {
+        {"C", 367}, {"C.UTF-8", 1208}, {"xx_NOWHERE.BOGUS", 1208}};
     for (const Row& row : rows) {
         const kivtest::ChildResult child = kivtest::runInChild([&row] {
             kivtest::ScopedEnv all("LC_ALL", row.locale);
@@ -116,7 +119,8 @@ TEST(CCSID, ConsoleCodesetThroughIcu) {
 TEST(Language, ParsingAndExtraction) {
     // Language 143 is invalid; territory by short code, "" = 0, "??" = 242 (invalid).
     const struct Row {
-        const char *spec; uint32_t language; const char *territory, *shortCode, *longCode, *isoShort, *isoLong, *printed;
+        const char* spec; uint32_t language;
+        const char *territory, *shortCode, *longCode, *isoShort, *isoLong, *printed;
     } rows[] = {
         {"en_US", 25, "us", "en-us", "en-usa", "en-us", "en-usa", "en-us"},
         {"en-us", 25, "us", "en-us", "en-usa", "en-us", "en-usa", "en-us"},

@@ -184,7 +184,8 @@ TEST(Utf8Algorithms, AmpleAndExactTargetsAgree) {
             const unsigned int exact = static_cast<unsigned int>(ample.out.size());
             const Result fitted = run(*converter, input, exact), tight = run(*converter, input, exact - 1);
             EXPECT_EQ(std::tie(fitted.out, fitted.errorId), std::tie(ample.out, OK));
-            EXPECT_EQ(std::make_pair(tight.out, tight.errorId), std::make_pair(ample.out.substr(0, tight.out.size()), TOO_BIG));
+            EXPECT_EQ(std::make_pair(tight.out, tight.errorId),
+                      std::make_pair(ample.out.substr(0, tight.out.size()), TOO_BIG));
             EXPECT_GE(tight.out.size() + 4, exact - 1);
         }
     }
@@ -198,8 +199,9 @@ TEST(SingleByteTables, LongInputsMatchByteByByte) {
         for (int b = 0; b < 256; ++b) every += static_cast<char>((b * 7 + round) & 0xFF);
     }
     // A target size of 0 gives room for the whole input.
-    const struct Row { unsigned int ccsid; size_t length; unsigned int targetSize; size_t consumed; uint32_t errorId; }
-        rows[] = {
+    const struct Row {
+        unsigned int ccsid; size_t length; unsigned int targetSize; size_t consumed; uint32_t errorId;
+    } rows[] = {
         {37, 511, 0, 511, OK},     {37, 512, 0, 512, OK},       {37, 515, 0, 515, OK},
         {850, 4099, 0, 4099, OK},  {1252, 6144, 0, 6144, OK},   {37, 4096, 2051, 1025, TOO_BIG},
         {850, 4096, 1030, 515, TOO_BIG},
@@ -241,8 +243,8 @@ TEST(ConverterSizes, Table) {
 
 TEST(ConverterStatics, MarksAndUtf8Decoding) {
     using C = KivClConverterABase;
-    EXPECT_EQ(std::string(C::getUCS2BigEndianId()) + "|" + C::getUCS2LittleEndianId() + "|" + C::getUCS2HostEndianId(),
-              "\xFE\xFF|\xFF\xFE|\xFF\xFE");
+    EXPECT_EQ(std::string(C::getUCS2BigEndianId()) + "|" + C::getUCS2LittleEndianId() + "|" +
+                  C::getUCS2HostEndianId(), "\xFE\xFF|\xFF\xFE|\xFF\xFE");
     EXPECT_TRUE(C::isUCS2BigEndianId("\xFE\xFFxy") && !C::isUCS2BigEndianId("\xFF\xFE"));
     EXPECT_TRUE(C::isUCS2LittleEndianId("\xFF\xFE") && !C::isUCS2LittleEndianId(nullptr));
     EXPECT_EQ(std::vector<uint32_t>({C::convertUtf8CharToUtf32("A"), C::convertUtf8CharToUtf32("\xE2\x82\xAC"),
@@ -252,7 +254,8 @@ TEST(ConverterStatics, MarksAndUtf8Decoding) {
 
 TEST(IcuInterface, ErrorMapAndExceptions) {
     const struct Row {
-        UErrorCode status; uint32_t id; KivEnErrorClass errorClass; KivEnErrorAction action; KivEnErrorSeverity severity;
+        UErrorCode status; uint32_t id;
+        KivEnErrorClass errorClass; KivEnErrorAction action; KivEnErrorSeverity severity;
     } rows[] = {
         {U_ZERO_ERROR, 0, KIV_ERRCLASS_UNKNOWN, KIV_ACTION_IGNORE, KIV_SEVERITY_NONE},
         {U_ILLEGAL_ARGUMENT_ERROR, KIV_ERRID_ICU_ILLEGAL_ARGUMENT_ERROR, KIV_ERRCLASS_USER_ERROR, KIV_ACTION_INFORM,
@@ -314,9 +317,9 @@ TEST(IcuInterface, ErrorMapAndExceptions) {
 
 TEST(IcuInterface, OpeningConverters) {
     // A null name: the open fails.
-    const struct Row { unsigned int ccsid; const char* name; } rows[] = {{932, "ibm-942_P12A-1999"}, {942, "ibm-942_P12A-1999"}, {943, "ibm-943_P15A-2003"},
-                {1392, "gb18030"},          {37, "ibm-37_P100-1995"},  {65502, nullptr},
-                {4352, nullptr}, {99, nullptr}};
+    const struct Row { unsigned int ccsid; const char* name; } rows[] = {
+        {932, "ibm-942_P12A-1999"}, {942, "ibm-942_P12A-1999"}, {943, "ibm-943_P15A-2003"}, {1392, "gb18030"},
+        {37, "ibm-37_P100-1995"},   {65502, nullptr},           {4352, nullptr},            {99, nullptr}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.ccsid);
         _KivStError error = {0, KIV_ERRCLASS_UNKNOWN};
