@@ -112,18 +112,14 @@ TEST(Conformance, EverySingleByteTableByteByByte) {
         unsigned int ccsid;
         const char* name;
         bool glibc;
-    } derived[] = {{274, "IBM274", true},
-                   {423, "IBM423", true},
-                   {833, "ibm-933_P110-1995", false},
-                   {836, "ibm-935_P110-1999", false},
-                   {891, "IBM891", true},
-                   {1027, "ibm-939_P120-1999", false},
-                   {1041, "ibm-942_P12A-1999", false},
-                   {1046, "IBM1046", true},
-                   {1088, "ibm-949_P110-1999", false},
-                   {1114, "ibm-950_P110-1999", false},
-                   {1163, "IBM1163", true},
-                   {13121, "ibm-1364_P110-2007", false}};
+    } derived[] = {
+        {274, "IBM274", true},                {423, "IBM423", true},
+        {833, "ibm-933_P110-1995", false},    {836, "ibm-935_P110-1999", false},
+        {891, "IBM891", true},                {1027, "ibm-939_P120-1999", false},
+        {1041, "ibm-942_P12A-1999", false},   {1046, "IBM1046", true},
+        {1088, "ibm-949_P110-1999", false},   {1114, "ibm-950_P110-1999", false},
+        {1163, "IBM1163", true},              {13121, "ibm-1364_P110-2007", false},
+    };
     for (const auto& d : derived) {
         references.emplace(d.ccsid, d.glibc ? Reference::glibc(d.name) : Reference::icuNamed(d.name));
     }
@@ -132,7 +128,6 @@ TEST(Conformance, EverySingleByteTableByteByByte) {
                                                      {0xB0, 0x00A2}, {0xB7, 0x0152}, {0xB8, 0x0153}, {0xB9, 0xFFFD},
                                                      {0xBA, 0x00AC}, {0xBB, 0x0161}, {0xBE, 0x017D}};
 
-    unsigned int tables = 0;
     for (auto& [ccsid, reference] : references) {
         SCOPED_TRACE(ccsid);
         ASSERT_TRUE(reference.ok());
@@ -141,7 +136,6 @@ TEST(Conformance, EverySingleByteTableByteByByte) {
         const bool ebcdic = KivClCCSID(ccsid).isEBCDIC();
         ASSERT_EQ(converter.getMethod(), ebcdic ? &kivConvertByTablesSBCS_EBCDICtoUCS2
                                                 : &kivConvertByTablesSBCS_ASCIItoUCS2);
-        ++tables;
         for (unsigned int b = 0; b < 256; ++b) {
             const std::string byte(1, static_cast<char>(b));
             std::u16string expected = reference.decode(byte);
@@ -152,7 +146,6 @@ TEST(Conformance, EverySingleByteTableByteByByte) {
             EXPECT_EQ(convert(converter, byte), expected) << "byte " << b;
         }
     }
-    EXPECT_EQ(tables, 44u);
 }
 
 TEST(Conformance, DoubleByteTablesOnEveryMappedPair) {
