@@ -32,13 +32,18 @@ std::string missing(const std::string& name) { return fatalBlock("Missing comman
 // A tool without a title, without usage or with a usage of two lines, that
 // does more after checking its command line.
 std::function<int(UI&)> bare(const Body& then) {
-    return [then](UI& ui) { return ui.init(nullptr, nullptr, nullptr, nullptr), then(ui), 0; };
+    return [then](UI& ui) {
+        ui.init(nullptr, nullptr, nullptr, nullptr);
+        then(ui);
+        return 0;
+    };
 }
 std::function<int(UI&)> tool(const Body& then = [](UI&) {}) {
     return [then](UI& ui) {
         ui.init(0UL, 0UL, nullptr, nullptr);  // no message 0: no title
         ui.handleUsageHelp("(-key <key>) [-display]\n[-fhex] [(-fpid <pid>)]", nullptr);
-        return then(ui), 0;
+        then(ui);
+        return 0;
     };
 }
 
@@ -105,7 +110,11 @@ TEST(ConsoleUIDisplays, QuietCopyrightMessageBlocksAndHelp) {
                                   "  Compile date........................: " + kivLibraryGetTod() + "\n" +
                                   "\n  Level\n" + dashes + "  Plim Level..........................: 2.1\n" +
                                   "  Compile date........................: \n\a";
-    auto titled = [](UI& ui) { return ui.init("Title", "S", "2.1", nullptr), ui.handleUsageHelp("[-x]", nullptr), 0; };
+    auto titled = [](UI& ui) {
+        ui.init("Title", "S", "2.1", nullptr);
+        ui.handleUsageHelp("[-x]", nullptr);
+        return 0;
+    };
     auto quiet = tool([](UI& ui) {
         if (!ui.mustBeQuiet()) return;
         ui.info("Note", "a"), ui.warning("w"), ui.error("e"), ui.format("Label", 1L), ui.progressStep("busy");
@@ -164,7 +173,11 @@ using Ask = std::function<std::string(const UI&)>;
 std::string invalid(const std::string& why) { return errorBlock("Invalid value specified: " + why); }
 
 conuitest::ToolRun run(const std::string& input, const Ask& ask, const std::string& out, const std::string& answer) {
-    auto body = [ask](UI& ui) { return ui.init(nullptr, nullptr, nullptr, nullptr), std::cerr << ask(ui), 0; };
+    auto body = [ask](UI& ui) {
+        ui.init(nullptr, nullptr, nullptr, nullptr);
+        std::cerr << ask(ui);
+        return 0;
+    };
     return {input, {}, body, out, answer, 0, input};
 }
 
@@ -199,8 +212,14 @@ TEST(ConsoleUIPrompt, NumbersYesNoStringsAndKeys) {
         const std::string first = ui.promptString("Name", nullptr);
         return first + "|" + ui.promptString("Name", nullptr);
     };
-    auto afterKey = [](const UI& ui) { return ui.promptForKey(), std::string(ui.promptString("Name", nullptr)); };
-    auto hinted = [](const UI& ui) { return ui.prompt("Q", "h", "d"), std::string(ui.promptString(19UL, "d")); };
+    auto afterKey = [](const UI& ui) {
+        ui.promptForKey();
+        return std::string(ui.promptString("Name", nullptr));
+    };
+    auto hinted = [](const UI& ui) {
+        ui.prompt("Q", "h", "d");
+        return std::string(ui.promptString(19UL, "d"));  // message 19 as the question
+    };
     conuitest::expectRuns({
         // Numbers take the default and ask again until valid; at the end of
         // the input the default counts, brought within the limits.

@@ -48,7 +48,10 @@ protected:
 // Allocator hooks that record the sizes asked for and fail while gFailing.
 std::vector<unsigned int> gSizes;
 bool gFailing = false;
-void* logAllocate(unsigned int size) { return gSizes.push_back(size), gFailing ? nullptr : std::malloc(size); }
+void* logAllocate(unsigned int size) {
+    gSizes.push_back(size);
+    return gFailing ? nullptr : std::malloc(size);
+}
 struct LoggedAllocations : kivtest::ScopedAllocatorHooks {
     explicit LoggedAllocations(bool fail = false)
         : ScopedAllocatorHooks(&logAllocate, &KivClMemoryManager::systemReallocator,
