@@ -19,70 +19,47 @@ namespace {
 struct ReadRecord {
     _KivStTraceRecordHeader header;
     KivEnTraceDataType type;
-    KivEnTraceDetail detail;
     std::string message, function, data;
 };
 
 std::vector<ReadRecord> readRecords(KivClTraceEnvironment& environment) {
     std::ifstream in(environment.getTraceFileName().getAsCString(), std::ios::binary);
     std::vector<ReadRecord> records;
-    KivClTraceFileEntry entry(environment);
-    while (entry.read(in)) {
-        ReadRecord r{entry.getHeader(), entry.getType(), entry.getDetail(), entry.getMessage(),
-                     entry.getFunctionName(), std::string(entry.getDataLength(), '\0')};
-        in.read(&r.data[0], static_cast<std::streamsize>(r.data.size()));
-        EXPECT_EQ(in.gcount(), static_cast<std::streamsize>(r.data.size()));
-        records.push_back(r);
+    for (KivClTraceFileEntry entry(environment); entry.read(in);) {
+        records.push_back({entry.getHeader(), entry.getType(), entry.getMessage(), entry.getFunctionName(),
+                           std::string(entry.getDataLength(), '\0')});
+        in.read(&records.back().data[0], static_cast<std::streamsize>(records.back().data.size()));
     }
     return records;
 }
 
 class TraceEnvironmentTest : public ::testing::Test {
 protected:
-    TraceEnvironmentTest() : vars_("KIVTENV", dir_) {}
     ~TraceEnvironmentTest() override { kivTraceDeleteInstance(); }
     std::vector<ReadRecord> instanceRecords() {
         kivTraceFlush();
         return readRecords(KivClTraceInstance::cv_pclSingletonInstance->getEnvironment());
     }
     kivtest::TempDir dir_;
-    kivtest::TraceKeyEnv vars_;
+    kivtest::TraceKeyEnv vars_{"KIVTENV", dir_};
 };
 
 }  // namespace
 
 TEST_F(TraceEnvironmentTest, BufferSizeValues) {
     struct Row { const char* value; uint32_t size; } rows[] = {
-        {nullptr, 65535}, {"0", 4096},  {"100000", 16777216}, {"not a number", 4096},
-                {"-5", 4096},     {"5", 5120},  {"16383", 16776192},  {"99999999999999999999", 16777216}};
+        {nullptr, 65535}, {"0", 4096}, {"100000", 16777216}, {"not a number", 4096}, {"-5", 4096}, {"5", 5120},
+        {"16383", 16776192}, {"99999999999999999999", 16777216}};
     for (const Row& row : rows) {
         ScopedEnv size("KIVTENV_TRACE_BUFSIZE", row.value);
         KivClTraceEnvironment environment("KIVTENV", nullptr, false);
-        EXPECT_EQ(environment.getTotalBufferSize(), row.size) << (row.value ? row.value : "unset");
-        EXPECT_EQ(environment.getBufferSize(), row.size - 24);
+        EXPECT_EQ(environment.getBufferSize(), row.size - 24) << (row.value ? row.value : "unset");
     }
 }
 
-TEST_F(TraceEnvironmentTest, MixedCaseKeyAndDefaultFile) {
-    ScopedEnv tmp("TMP", dir_.path().c_str());
-    kivtest::TraceKeyEnv upper("MYAPP", dir_);
-    upper.set("FILE", nullptr);
-    upper.set("DETAIL", "HIGH");
-    ScopedEnv mixed("myApp_TRACE_DETAIL", "MED");
-    KivClTraceEnvironment environment("myApp", nullptr, false);
-    EXPECT_STREQ(environment.getTraceFileName().getAsCString(), dir_.file("myApptrace.trc").c_str());
-    EXPECT_EQ(environment.getSettings().getFilter().getDetail(), KIV_TRACE_DETAIL_HIGH);
-    EXPECT_STREQ(environment.getSemaphore().getName(), "---:myApp:KIVTRACEINSTANCE0");
-}
-
 TEST_F(TraceEnvironmentTest, VariablesOnlyTurnFlagsOnAndSetTheFilter) {
-    struct Row {
-        const char* suffix;
-        const char* value;
-        uint32_t flags;
-        bool seven;  // component 7 enabled
-        KivEnTraceDetail detail;
-    } rows[] = {
+    struct Row { const char* suffix; const char* value; uint32_t flags; bool seven; KivEnTraceDetail detail; } rows[] = {
+        // seven: component 7 enabled
         {"COMPRESS", "NO", 3, true, KIV_TRACE_DETAIL_LOW},  {"AUTOSAVE", "off", 3, true, KIV_TRACE_DETAIL_LOW},
         {"AUTOCLEAR", "TRUE", 7, true, KIV_TRACE_DETAIL_LOW}, {"AUTOFLUSH", "On", 11, true, KIV_TRACE_DETAIL_LOW},
         {"AUTOFLUSH", "2", 3, true, KIV_TRACE_DETAIL_LOW},  {"COMPSET", "", 3, true, KIV_TRACE_DETAIL_LOW},
@@ -93,21 +70,31 @@ TEST_F(TraceEnvironmentTest, VariablesOnlyTurnFlagsOnAndSetTheFilter) {
         vars.set(row.suffix, row.value);
         KivClTraceEnvironment environment("KIVTFLAGS", nullptr, true);
         const KivClTraceSettings& settings = environment.getSettings();
-        EXPECT_EQ(settings.getFlags(), row.flags) << row.suffix << "=" << row.value;
-        EXPECT_EQ(settings.getFilter().isComponentIdEnabled(7), row.seven) << row.suffix;
-        EXPECT_EQ(settings.getFilter().getDetail(), row.detail) << row.suffix;
+        EXPECT_EQ(std::make_tuple(settings.getFlags(), settings.getFilter().isComponentIdEnabled(7),
+                                  settings.getFilter().getDetail()), std::make_tuple(row.flags, row.seven, row.detail))
+            << row.suffix << "=" << row.value;
     }
     vars_.set("FORMAT", std::string(600, 'f').c_str());
     KivClTraceEnvironment environment("KIVTENV", nullptr, false);
     EXPECT_EQ(std::string(environment.getFormatString()), std::string(512, 'f'));
 }
 
-TEST_F(TraceEnvironmentTest, VerboseSettingsDump) {
+TEST_F(TraceEnvironmentTest, MixedCaseKeyDefaultFileAndVerboseDump) {
+    ScopedEnv tmp("TMP", dir_.path().c_str());
+    kivtest::TraceKeyEnv upper("MYAPP", dir_);
+    upper.set("FILE", nullptr);
+    upper.set("DETAIL", "HIGH");
+    ScopedEnv mixed("myApp_TRACE_DETAIL", "MED");
+    KivClTraceEnvironment environment("myApp", nullptr, false);
+    EXPECT_STREQ(environment.getTraceFileName().getAsCString(), dir_.file("myApptrace.trc").c_str());
+    EXPECT_EQ(environment.getSettings().getFilter().getDetail(), KIV_TRACE_DETAIL_HIGH);
+    EXPECT_STREQ(environment.getSemaphore().getName(), "---:myApp:KIVTRACEINSTANCE0");
+
     vars_.set("VERBOSE", "TRUE");
     vars_.set("ACTIVE", "1");
     vars_.set("BUFSIZE", "8");
     kivtest::CaptureFd out(1);
-    KivClTraceEnvironment environment("KivTEnv", "inst", false);
+    KivClTraceEnvironment verbose("KivTEnv", "inst", false);
     EXPECT_EQ(out.text(), "[KIV: TRACE: key: KivTEnv]\n[KIV: TRACE: active: 1]\n"
                           "[KIV: TRACE: resource key: ---:KivTEnv:inst]\n[KIV: TRACE: compression: 1]\n"
                           "[KIV: TRACE: autosave: 1]\n[KIV: TRACE: autoflush: 0]\n[KIV: TRACE: autoclear: 0]\n"
@@ -130,15 +117,20 @@ TEST_F(TraceEnvironmentTest, LongKeyIsCutAndAutoclearRemovesTheFile) {
     EXPECT_FALSE(kivtest::fileExists(cut.file));
 }
 
+// Callers that reach the enabled test by name, not through the header's
+// inline form, get the same answer from the library's exported copy.
 TEST_F(TraceEnvironmentTest, InstanceLifecycleAndUserCallback) {
+    const auto enabledByName = reinterpret_cast<bool (*)()>(dlsym(RTLD_DEFAULT, "kivTraceIsEnabled"));
+    ASSERT_NE(enabledByName, nullptr);
     KivClTraceInstance* instance = kivTraceCreateInstance("KIVTENV", nullptr);
-    EXPECT_FALSE(kivTraceIsEnabled());  // ACTIVE unset
+    EXPECT_FALSE(enabledByName());  // ACTIVE unset
     kivTraceDump(KIV_TRACE_DETAIL_OFF, 1, KIV_TRACE_TYPE_NO_DATA, "f", "ignored", nullptr, 0);
     EXPECT_EQ(kivTraceCreateInstance("OTHER", "x"), instance);
     EXPECT_EQ(KivClTraceInstance::createControllerInstance("OTHER", nullptr), instance);
     EXPECT_FALSE(instance->enable());
     instance->activate();
     EXPECT_TRUE(instance->enable());
+    EXPECT_TRUE(enabledByName());
     EXPECT_EQ(KivClTraceInstance_getInstance(), instance);
     kivTraceDump(KIV_TRACE_DETAIL_OFF, 1, KIV_TRACE_TYPE_NO_DATA, "f", "kept", nullptr, 0);
     const std::vector<ReadRecord> records = instanceRecords();
@@ -159,23 +151,10 @@ TEST_F(TraceEnvironmentTest, InstanceLifecycleAndUserCallback) {
     EXPECT_EQ(seen, "3/300/8/msg3 0/4/1/4 ");
     instance->disable();
     EXPECT_FALSE(kivTraceIsEnabled());
+    instance->enable();
     kivTraceDeleteInstance();
     EXPECT_EQ(KivClTraceInstance::cv_pclSingletonInstance, nullptr);
-}
-
-// Callers that reach the enabled test by name, not through the header's
-// inline form, get the same answer from the library's exported copy.
-TEST_F(TraceEnvironmentTest, EnabledTestIsExportedByName) {
-    using IsEnabled = bool (*)();
-    const auto byName = reinterpret_cast<IsEnabled>(dlsym(RTLD_DEFAULT, "kivTraceIsEnabled"));
-    ASSERT_NE(byName, nullptr);
-    vars_.set("ACTIVE", "yes");
-    kivTraceCreateInstance("KIVTENV", nullptr);
-    EXPECT_TRUE(byName());
-    EXPECT_TRUE(kivTraceIsEnabled());
-    kivTraceDeleteInstance();
-    EXPECT_FALSE(byName());
-    EXPECT_FALSE(kivTraceIsEnabled());
+    EXPECT_FALSE(enabledByName());
 }
 
 TEST_F(TraceEnvironmentTest, RecordingFiltersFunctionRecordsAndAutoflush) {
@@ -192,13 +171,13 @@ TEST_F(TraceEnvironmentTest, RecordingFiltersFunctionRecordsAndAutoflush) {
     kivTraceDump(KIV_TRACE_DETAIL_OFF, 0, KIV_TRACE_TYPE_INT32, "outer", "kept: 0", &value, 4);
     kivTraceDump(KIV_TRACE_DETAIL_MED, 2, KIV_TRACE_TYPE_FUNCTION_EXIT, "outer", "", nullptr, 0);
     kivTraceDump(KIV_TRACE_DETAIL_LOW, 2, KIV_TRACE_TYPE_FUNCTION_EXIT, "outer", "", nullptr, 0);
-    const std::vector<ReadRecord> records = instanceRecords();
-    ASSERT_EQ(records.size(), 3u);
-    EXPECT_EQ(records[0].data, kivtest::bytesOf<int32_t>(1));
-    EXPECT_EQ(records[1].message, "kept: 0");
-    EXPECT_EQ(records[2].type, KIV_TRACE_TYPE_FUNCTION_EXIT);
-    EXPECT_EQ(records[2].data, kivtest::bytesOf<int32_t>(-1));  // the dropped MED exit moved the level
-    EXPECT_EQ(records[2].detail, KIV_TRACE_DETAIL_OFF);
+    std::vector<std::string> seen;  // type/detail/message/data; the dropped MED exit moved the level
+    for (const ReadRecord& r : instanceRecords()) {
+        seen.push_back(std::to_string(r.type) + "/" + std::to_string(r.header.flags >> 6) + "/" + r.message + "/" +
+                       r.data);
+    }
+    EXPECT_EQ(seen, std::vector<std::string>({"1/0//" + kivtest::bytesOf<int32_t>(1), "15/0/kept: 0/" +
+                                              kivtest::bytesOf<int32_t>(42), "2/0//" + kivtest::bytesOf<int32_t>(-1)}));
 }
 
 TEST_F(TraceEnvironmentTest, NoRecordLostThroughASmallRingAtExit) {
@@ -207,12 +186,15 @@ TEST_F(TraceEnvironmentTest, NoRecordLostThroughASmallRingAtExit) {
     vars_.set("BUFSIZE", "0");  // 4096 bytes: the ring wraps hundreds of times
     constexpr int kRecords = 3000;
     auto length = [](int i) { return static_cast<unsigned>((i * 37) % 5000); };  // some clipped
-    auto byte = [](int i, unsigned j) { return static_cast<char>((i + static_cast<int>(j)) & 0xFF); };
+    auto bytes = [&](int i) {
+        std::string data(std::min(length(i), 4072u), '\0');
+        for (unsigned j = 0; j < data.size(); ++j) data[j] = static_cast<char>((i + static_cast<int>(j)) & 0xFF);
+        return data;
+    };
     const kivtest::ChildResult child = kivtest::runInChild([&]() {
         kivTraceCreateInstance("KIVTENV", nullptr);
-        std::vector<char> data(5000);
         for (int i = 0; i < kRecords; ++i) {
-            for (unsigned j = 0; j < length(i); ++j) data[j] = byte(i, j);
+            const std::string data = bytes(i) + std::string(length(i) - std::min(length(i), 4072u), 'c');
             kivTraceDump(KIV_TRACE_DETAIL_MED, static_cast<unsigned short>(i), KIV_TRACE_TYPE_DATA, "writer",
                          ("rec " + std::to_string(i)).c_str(), i % 50 == 0 ? nullptr : data.data(), length(i));
         }
@@ -228,13 +210,11 @@ TEST_F(TraceEnvironmentTest, NoRecordLostThroughASmallRingAtExit) {
     size_t packed = 0, unpacked = 0;
     for (int i = 0; i < kRecords; ++i) {
         const ReadRecord& r = records[static_cast<size_t>(i)];
-        ASSERT_EQ(r.message + "/" + r.function, "rec " + std::to_string(i) + "/writer");
-        ASSERT_EQ(r.header.componentId, i % 256);
-        const unsigned stored = i % 50 == 0 ? 0 : std::min(length(i), 4072u);
+        ASSERT_EQ(r.message + "/" + r.function + "/" + std::to_string(r.header.componentId),
+                  "rec " + std::to_string(i) + "/writer/" + std::to_string(i % 256));
         ASSERT_EQ(r.type, i % 50 == 0 ? KIV_TRACE_TYPE_DATA_NULL
                           : length(i) > 4072 ? KIV_TRACE_TYPE_DATA_CLIPPED : KIV_TRACE_TYPE_DATA) << i;
-        ASSERT_EQ(r.data.size(), stored) << i;
-        for (unsigned j = 0; j < stored; ++j) ASSERT_EQ(r.data[j], byte(i, j)) << i << "/" << j;
+        ASSERT_EQ(r.data, i % 50 == 0 ? "" : bytes(i)) << i;
         expectedText += "rec " + std::to_string(i) + "\n";
         // "rec " takes 6 bits a letter, each digit 14; "writer" packs into 5 bytes.
         const size_t digits = std::to_string(i).size();
@@ -253,21 +233,19 @@ TEST_F(TraceEnvironmentTest, NoRecordLostThroughASmallRingAtExit) {
 TEST_F(TraceEnvironmentTest, RecordsCarryThreadIdsAndOrderedTimestamps) {
     vars_.set("ACTIVE", "1");
     kivTraceCreateInstance("KIVTENV", nullptr);
-    auto record = [](const char* message) {
-        for (int i = 0; i < 20; ++i) kivTraceDump(KIV_TRACE_DETAIL_OFF, 1, KIV_TRACE_TYPE_NO_DATA, "t", message, "", 0);
+    auto record = [] {
+        for (int i = 0; i < 20; ++i) kivTraceDump(KIV_TRACE_DETAIL_OFF, 1, KIV_TRACE_TYPE_NO_DATA, "t", "", "", 0);
     };
-    record("main");
-    std::thread other(record, "other");  // the threads take turns: no concurrent calls
-    other.join();
+    record();
+    std::thread(record).join();  // the threads take turns: no concurrent calls
     const std::vector<ReadRecord> records = instanceRecords();
     ASSERT_EQ(records.size(), 40u);
-    EXPECT_EQ(records.front().header.threadId, static_cast<uint32_t>(gettid()));
-    EXPECT_NE(records.back().header.threadId, records.front().header.threadId);
     for (size_t i = 1; i < records.size(); ++i) {
-        if (records[i].message != records[i - 1].message) continue;
-        EXPECT_EQ(records[i].header.threadId, records[i - 1].header.threadId);
-        EXPECT_GE(static_cast<int32_t>(records[i].header.timeStamp - records[i - 1].header.timeStamp), 0);
+        const uint32_t thread = i < 20 ? static_cast<uint32_t>(gettid()) : records[20].header.threadId;
+        EXPECT_EQ(records[i].header.threadId, thread) << i;
+        EXPECT_GE(static_cast<int32_t>(records[i].header.timeStamp - records[i - 1].header.timeStamp), 0) << i;
     }
+    EXPECT_NE(records[20].header.threadId, records[0].header.threadId);
 }
 
 TEST(TraceDebugPrint, FileNameAndLine) {

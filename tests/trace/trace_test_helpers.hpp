@@ -2,9 +2,9 @@
 #ifndef KIV_TRACE_TEST_HELPERS_HPP
 #define KIV_TRACE_TEST_HELPERS_HPP
 
-#include <memory>
 #include <cfloat>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -52,20 +52,12 @@ inline std::string makeRecord(const RawRecord& r) {
     return std::string(reinterpret_cast<const char*>(&header), sizeof(header)) + r.message + r.function + r.data;
 }
 
-// The bytes of a value in host order.
+// The bytes of a value in host order; of an x87 long double only its 10
+// significant bytes, the padding after them zero, so files are fully defined.
 template <typename T>
 std::string bytesOf(T value) {
-    return std::string(reinterpret_cast<const char*>(&value), sizeof(value));
-}
-
-// A long double in x87 extended format fills 10 of its bytes; the padding
-// after them is written as zeros rather than whatever the stack held, so
-// files made from it are fully defined.
-template <>
-inline std::string bytesOf<long double>(long double value) {
-    constexpr size_t significant = LDBL_MANT_DIG == 64 ? 10 : sizeof(long double);
-    std::string bytes(sizeof(long double), '\0');
-    std::memcpy(&bytes[0], &value, significant);
+    std::string bytes(sizeof(value), '\0');
+    std::memcpy(&bytes[0], &value, std::is_same<T, long double>::value && LDBL_MANT_DIG == 64 ? 10 : sizeof(value));
     return bytes;
 }
 
