@@ -50,19 +50,14 @@ TEST_F(TraceRing, WriteCasesAndHandOverParts) {
     EXPECT_EQ(std::string(h.signature, 4) + std::to_string(h.capacity) + "/" + std::to_string(h.first) +
                   "/" + std::to_string(h.last) + "/" + std::to_string(h.saved) + "/" + std::to_string(h.write),
               "KIVT16/24/39/24/24");
-    // null: overflow().
-    for (const char* bytes : {"abcdefghij", (const char*)nullptr, "klmnop" /* ends on the last byte */, "qrs",
-                              (const char*)nullptr, "tuvwxyzABCDEFGHIJ" /* wraps */, (const char*)nullptr,
-                              (const char*)nullptr /* nothing new */, "0123456789abcdefghijklmnopqrstuvwxyzABCD",
-                              (const char*)nullptr}) {
-        if (bytes) {
-            ring_.write(bytes, static_cast<uint32_t>(strlen(bytes)));
-        } else {
-            ring_.overflow();
-        }
+    // Each step writes its bytes; "!" hands over what is new.
+    for (const char* step : {"abcdefghij", "!", "klmnop" /* ends on the last byte */, "qrs", "!",
+                             "tuvwxyzABCDEFGHIJ" /* wraps */, "!", "!" /* nothing new */,
+                             "0123456789abcdefghijklmnopqrstuvwxyzABCD" /* wraps twice */, "!"}) {
+        *step == '!' ? ring_.overflow() : ring_.write(step, static_cast<uint32_t>(strlen(step)));
     }
-    EXPECT_EQ(seen_.shown, std::vector<std::string>({"abcdefghij|-", "klmnop|-", "|qrs", "tuvwxyzABCDEF|-", "|GHIJ", "|-",
-                                               "0123456789ab|-", "|cdefghijklmnopqr", "|stuvwxyzABCD"}));
+    EXPECT_EQ(seen_.shown, std::vector<std::string>({"abcdefghij|-", "klmnop|-", "|qrs", "tuvwxyzABCDEF|-", "|GHIJ",
+                                                     "|-", "0123456789ab|-", "|cdefghijklmnopqr", "|stuvwxyzABCD"}));
 }
 
 TEST_F(TraceRing, FlushOnlyAfterARecordAndNoCallbackOverwrites) {

@@ -6,6 +6,8 @@
 #include <locale>
 #include <sstream>
 
+#include <unistd.h>
+
 #include "kiv_msgcat.hpp"
 #include "kiv_traceformat.hpp"
 #include "trace_test_helpers.hpp"
@@ -21,13 +23,14 @@ class TraceFormatTest : public ::testing::Test {
 protected:
     TraceFormatTest() { vars_.set("DETAIL", "HIGH"); }
 
-    // Writes the records, less cut bytes at the end, as the trace file and
-    // formats it with format and options into out_.
+    // Writes the records, less cut bytes at the end (more: no file), as the
+    // trace file and formats it with format and options into out_.
     std::string formatRecords(const std::vector<RawRecord>& records, const char* format, Options options = nullptr,
                               size_t cut = 0) {
         std::string bytes;
         for (const RawRecord& r : records) bytes += kivtest::makeRecord(r);
-        kivtest::writeFile(vars_.file, bytes.substr(0, bytes.size() - cut));
+        cut > bytes.size() ? (void)unlink(vars_.file.c_str())
+                           : kivtest::writeFile(vars_.file, bytes.substr(0, bytes.size() - cut));
         KivClTraceEnvironment environment("KIVTFMT", nullptr, true);
         KivClTraceFormatter formatter(environment);
         if (options) options(formatter);
@@ -107,15 +110,15 @@ struct Thousands : std::numpunct<char> {
 // unit-buffered stream gets the same text, a failed stream nothing.
 TEST_F(TraceFormatTest, EveryKindOfStream) {
     formatRecords({{KIV_TRACE_TYPE_DATA, "m", "f", "ABCDEFGHIJKLMNOPQR", 1, 255, 4000000000u, 123456, 0}}, "");
-    const std::string dump = "\n" + kLine1 + "\n" + kLine2;
+    const std::string dump = "\n" + kLine1 + "\n" + kLine2, plain = "4000000000|255|123456|0|DA (18 Bytes)|" + dump;
     std::ostringstream other;
     struct Row { void (*configure)(std::ostream&, std::ostream&); std::string text; } rows[] = {
-        {[](std::ostream&, std::ostream&) {}, "4000000000|255|123456|0|DA (18 Bytes)|" + dump},
+        {[](std::ostream&, std::ostream&) {}, plain},
         {[](std::ostream& out, std::ostream&) { out << std::hex; }, "ee6b2800|ff|1e240|0|DA (12 Bytes)|" + dump},
         {[](std::ostream& out, std::ostream&) { out.imbue(std::locale(std::locale::classic(), new Thousands)); },
          "4,000,000,000|255|123,456|0|DA (18 Bytes)|" + dump},
-        {[](std::ostream& out, std::ostream& other) { out.tie(&other); }, "4000000000|255|123456|0|DA (18 Bytes)|" + dump},
-        {[](std::ostream& out, std::ostream&) { out << std::unitbuf; }, "4000000000|255|123456|0|DA (18 Bytes)|" + dump},
+        {[](std::ostream& out, std::ostream& tied) { out.tie(&tied); }, plain},
+        {[](std::ostream& out, std::ostream&) { out << std::unitbuf; }, plain},
         {[](std::ostream& out, std::ostream&) { out.setstate(std::ios::failbit); }, ""},
     };
     KivClTraceEnvironment environment("KIVTFMT", nullptr, true);
@@ -151,14 +154,9 @@ TEST_F(TraceFormatTest, NestingIndentationFunctionNamesAndHex) {
         EXPECT_EQ(formatRecords(records, "%f: %m %d\\n", row.options), row.text);
         EXPECT_EQ(entries_, 7u);
     }
-    // A negative nesting level prints no indentation; hex adds the value's bytes.
-    EXPECT_EQ(formatRecords({{KIV_TRACE_TYPE_FUNCTION_EXIT, "", "f", bytesOf<int32_t>(-1), 0},
-                             {KIV_TRACE_TYPE_INT16, "", "f", bytesOf<int16_t>(0x0102)}},
-                            "%d\\n", [](KivClTraceFormatter& f) { f.hex = true, f.setDisplayIndentation("  "); }),
-              "\n258\nHEX: 02 01 __ __ __ __ __ __  __ __ __ __ __ __ __ __ | ..______________\n");
-    // Whatever level a file claims, the indentation stays bounded.
+    // Whatever level a file claims, the indentation stays bounded; a negative one prints none.
     for (const auto& [level, indents] : std::vector<std::pair<int32_t, size_t>>{
-             {3, 3}, {256, 256}, {257, 256}, {INT32_MAX, 256}, {INT32_MIN, 0}}) {
+             {3, 3}, {256, 256}, {257, 256}, {INT32_MAX, 256}, {-1, 0}, {INT32_MIN, 0}}) {
         std::string expected = "\n";
         for (size_t i = 0; i < indents; ++i) expected += "ab";
         EXPECT_EQ(formatRecords({{KIV_TRACE_TYPE_FUNCTION_ENTRY, "", "f", bytesOf<int32_t>(level)}}, "%d%n|",
@@ -180,35 +178,24 @@ TEST_F(TraceFormatTest, BinaryNotationOfIntegralData) {
               ">BIN: 00000001 00000000 00000000 00000000  00000000 00000000 00000000 10000000 | ........|\"ab\"|");
 }
 
-TEST_F(TraceFormatTest, FormatterFilterAndBuiltInTexts) {
+// Without a filter of its own the formatter applies the settings' filter:
+// LOW, every component, any process and thread.
+TEST_F(TraceFormatTest, SettingsFilterAndBuiltInTexts) {
     vars_.set("DETAIL", nullptr);
-    const std::vector<RawRecord> records = {
-        {KIV_TRACE_TYPE_NO_DATA, "a", "", "", 1, 1, 0, 100, 1},
-        {KIV_TRACE_TYPE_INT32, "b", "", bytesOf<int32_t>(1), 1, 2, 0, 200, 1},
-        {KIV_TRACE_TYPE_INT32, "c", "", bytesOf<int32_t>(1), 3, 1, 0, 100, 2},
-        {KIV_TRACE_TYPE_NO_DATA, "d", "", "", 1, 2, 0, 100, 2},
-    };
-    EXPECT_EQ(formatRecords(records, "%m"), "abd");  // the settings' filter: LOW, all components
+    EXPECT_EQ(formatRecords({{KIV_TRACE_TYPE_NO_DATA, "a", "", "", 1, 1, 0, 100, 1},
+                             {KIV_TRACE_TYPE_INT32, "b", "", bytesOf<int32_t>(1), 2, 2, 0, 200, 1},
+                             {KIV_TRACE_TYPE_NO_DATA, "c", "", "", 1, 255, 0, 300, 2}},
+                            "%m"), "ac");
     KivClTraceEnvironment environment("KIVTFMT", nullptr, true);
-    KivClTraceFilter own;
-    own.setProcessId("100");
-    own.setDetail("HIGH");
-    own.disableComponentId(2);
-    KivClTraceFormatter formatter(environment, &own);
-    formatter.setFormatString("%m");
-    for (const char* threadAndText : {"0ac", "2c", "3"}) {
-        own.setThreadId(std::string(1, threadAndText[0]).c_str());
-        std::ostringstream out;
-        formatter.format(out);
-        EXPECT_EQ(out.str() + "/" + std::to_string(formatter.getEntryCount()), threadAndText + 1 + std::string("/4"));
-    }
-    EXPECT_EQ(formatter.getMessage(193), nullptr);  // only the formatter's own texts are built in
+    EXPECT_EQ(KivClTraceFormatter(environment).getMessage(193), nullptr);  // only its own texts are built in
+    EXPECT_EQ(formatRecords({}, nullptr), "");  // an empty file
+    EXPECT_EQ(entries_, 0u);
 }
 
 TEST_F(TraceFormatTest, DamagedFilesEndWithTheRightException) {
     const RawRecord ok{KIV_TRACE_TYPE_NO_DATA, "ok", "", ""};
     // bad record, bytes cut from the end of the file, format, text printed, line and error.
-    enum { EOF_, CORRUPT, BOUNDS };
+    enum { EOF_, CORRUPT, BOUNDS, OPEN };
     struct Row { RawRecord bad; size_t cut; const char* format; const char* printed; unsigned long line; int error; }
     rows[] = {
         {{7, "a", "", "12345"}, 0, "%m:%d|", "ok:|a:", 364, CORRUPT},           // address of 5 bytes
@@ -227,11 +214,13 @@ TEST_F(TraceFormatTest, DamagedFilesEndWithTheRightException) {
         {{15, "i", "", std::string(128, 'x')}, 0, "%m:%d|", "ok:|i:", 377, CORRUPT},
         {{4, "j", "", "0123456789"}, 1, "%m|", "ok|j|", 186, EOF_},             // cut inside skipped data
         {{4, "k", "", std::string(10000, 'z')}, 1, "%m|", "ok|k|", 186, EOF_},
+        {{3, "", "", ""}, SIZE_MAX, "%m", "", 837, OPEN},                          // no file
     };
     const std::pair<uint32_t, KivEnErrorClass> errors[] = {
         {KIV_ERRID_TRACEFORMAT_UNEXPECTED_EOF, KIV_ERRCLASS_IO_READ_PROBLEM},
         {KIV_ERRID_TRACEFORMAT_FILE_CORRUPTED, KIV_ERRCLASS_INVALID_DATA},
-        {KIV_ERRID_TRACEFORMAT_FILE_CORRUPTED, KIV_ERRCLASS_DATA_OUT_OF_BOUNDS}};
+        {KIV_ERRID_TRACEFORMAT_FILE_CORRUPTED, KIV_ERRCLASS_DATA_OUT_OF_BOUNDS},
+        {KIV_ERRID_TRACEFORMAT_COULD_NOT_OPEN, KIV_ERRCLASS_IO_PERMISSION_DENIED}};
     for (const Row& row : rows) {
         const std::string module = "kiv_trace_format:" + std::to_string(row.line);
         try {
@@ -246,22 +235,6 @@ TEST_F(TraceFormatTest, DamagedFilesEndWithTheRightException) {
         }
         EXPECT_EQ(out_.str(), row.printed) << module;
     }
-}
-
-TEST_F(TraceFormatTest, MissingFileAndEmptyFile) {
-    KivClTraceEnvironment environment("KIVTFMT", nullptr, true);
-    KivClTraceFormatter formatter(environment);
-    std::ostringstream out;
-    try {
-        formatter.format(out);
-        ADD_FAILURE() << "no exception";
-    } catch (const KivClExceptionFatal& e) {
-        EXPECT_EQ(std::make_tuple(std::string(e.getModule()), e.getError().errorId, e.getError().errorClass),
-                  std::make_tuple(std::string("kiv_trace_format:837"), KIV_ERRID_TRACEFORMAT_COULD_NOT_OPEN,
-                                  KIV_ERRCLASS_IO_PERMISSION_DENIED));
-    }
-    EXPECT_EQ(formatRecords({}, nullptr), "");
-    EXPECT_EQ(entries_, 0u);
 }
 
 TEST_F(TraceFormatTest, TextsFromAnAttachedCatalog) {

@@ -3,7 +3,6 @@
 // one key into one file never split each other's records.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <map>
 
 #include <sys/stat.h>
@@ -91,20 +90,14 @@ TEST(TraceFileSharing, ConcurrentWritersKeepRecordsWholeAndInOrder) {
         }
 
         KivClTraceEnvironment reader("KIVTSHARE", nullptr, true);
-        std::ifstream in(vars.file, std::ios::binary);
-        KivClTraceFileEntry entry(reader);
-        int next[kWriters] = {}, total = 0;
-        for (; entry.read(in); ++total) {
-            const auto found = writerOfPid.find(entry.getHeader().processId);
-            ASSERT_NE(found, writerOfPid.end()) << "record " << total << " has a foreign process id";
-            const int w = found->second;
-            std::string data(entry.getDataLength(), '\0');
-            in.read(&data[0], static_cast<std::streamsize>(data.size()));
-            const std::string expected = "w" + std::to_string(w) + " r" + std::to_string(next[w]);
-            ASSERT_EQ(std::string(entry.getMessage()) + "/" + std::to_string(entry.getHeader().componentId) + "/" + data,
-                      expected + "/" + std::to_string(w) + "/" + payload(w, next[w]++)) << "record " << total;
+        int next[kWriters] = {};
+        for (const kivtest::ReadRecord& r : kivtest::readRecords(reader)) {
+            const auto found = writerOfPid.find(r.header.processId);
+            ASSERT_NE(found, writerOfPid.end()) << "a record with a foreign process id";
+            const int w = found->second, n = next[w]++;
+            ASSERT_EQ(r.message + "/" + std::to_string(r.header.componentId) + "/" + r.data,
+                      "w" + std::to_string(w) + " r" + std::to_string(n) + "/" + std::to_string(w) + "/" + payload(w, n));
         }
-        EXPECT_TRUE(in.eof());
         EXPECT_EQ(std::vector<int>(next, next + kWriters), std::vector<int>(kWriters, kRecords));
     }
 }
