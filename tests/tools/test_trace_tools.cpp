@@ -98,28 +98,12 @@ TEST_F(TraceToolsTest, DefaultFormat) {
         record("summarize", "D: MED, C: 4", "average (f: 1") + record("summarize", "D: OFF, C: 4", " (FX: ") +
         record("main", "D: OFF, C: 1", " (FX: ");
     const kivtest::ChildResult r = ctl("-display");
-    EXPECT_EQ(r.exitCode, 0) << r.err;
-    EXPECT_EQ(r.out, kTitle + expand(expected));
-    EXPECT_EQ(r.err, "");
-    EXPECT_EQ(records().size(), 17u);
+    EXPECT_EQ(std::tie(r.exitCode, r.out, r.err), std::make_tuple(0, kTitle + expand(expected), ""));
 }
 
 TEST_F(TraceToolsTest, FormatOptions) {
     runDemo(1);
     struct Row { std::string args, expected; } rows[] = {
-        {"-display -format '%x %X %l %c %p %f %m %d%n'",
-         "FE FUNCTION ENTRY OFF 1 {pid} main  \nND NO DATA LOW 1 {pid} main trace demo starting \n"
-         "cpsz C string LOW 1 {pid} main greeting \"hello, trace\"\nFE FUNCTION ENTRY OFF 2 {pid} measure  \n"
-         "i32 signed integer (32 bits) LOW 2 {pid} measure round 1\n"
-         "w8 unsigned integer (8 bits) MED 2 {pid} measure letter 0x41/65/'A'\n"
-         "i16 signed integer (16 bits) MED 2 {pid} measure delta -3\n"
-         "i64 signed integer (64 bits) HIGH 2 {pid} measure square 1000000007\n"
-         "d double HIGH 2 {pid} measure ratio 0.125\nb bool HIGH 2 {pid} measure even FALSE\n"
-         "DA (20 Bytes) DATA (20 Bytes) MED 3 {pid} measure block \n" + kBlock1 + kBlock2 + "\n"
-         "FX FUNCTION EXIT OFF 2 {pid} measure  \nFE FUNCTION ENTRY OFF 4 {pid} summarize  \n"
-         "w32 unsigned integer (32 bits) LOW 4 {pid} summarize rounds done 1\n"
-         "f float MED 4 {pid} summarize average 1\nFX FUNCTION EXIT OFF 4 {pid} summarize  \n"
-         "FX FUNCTION EXIT OFF 1 {pid} main  \n"},
         {std::string(kCompact) + " -fnofhd -fcompids 1,4",
          "main:trace demo starting=\nmain:greeting=\"hello, trace\"\nsummarize:rounds done=1\nsummarize:average=1\n"},
         {std::string(kCompact) + " -fssfhd -fcompids 1,4",
@@ -144,8 +128,10 @@ TEST_F(TraceToolsTest, FormatOptions) {
          "measure:ratio=0.125\nmeasure:even=FALSE\n"
          "BIN: 00000000 ________ ________ ________  ________ ________ ________ ________ | ._______\nmeasure:=\n"},
         // Function records have detail OFF; -fdetail replaces KIVDEMO_TRACE_DETAIL=HIGH.
-        {"-display -format '%l %m%n' -fdetail low",
-         "OFF \nLOW trace demo starting\nLOW greeting\nOFF \nLOW round\nOFF \nOFF \nLOW rounds done\nOFF \nOFF \n"},
+        {"-display -format '%l %X %m%n' -fdetail low",
+         "OFF FUNCTION ENTRY \nLOW NO DATA trace demo starting\nLOW C string greeting\nOFF FUNCTION ENTRY \n"
+         "LOW signed integer (32 bits) round\nOFF FUNCTION EXIT \nOFF FUNCTION ENTRY \n"
+         "LOW unsigned integer (32 bits) rounds done\nOFF FUNCTION EXIT \nOFF FUNCTION EXIT \n"},
         {"-display -format '%c %f %m%n' -fcompids 1,4",
          "1 main \n1 main trace demo starting\n1 main greeting\n4 summarize \n4 summarize rounds done\n"
          "4 summarize average\n4 summarize \n1 main \n"},
@@ -177,35 +163,31 @@ TEST_F(TraceToolsTest, ProcessAndThreadFilters) {
 TEST_F(TraceToolsTest, StatusDisplay) {
     runDemo(1);
     const std::string before = kivtest::readFile(trace_);
-    const std::string status = "\n  Trace Status\n" + kDashes + "\n  Key/Instance........................: KivDemo/";
-    const std::string common = "  Trace uses shared memory............: NO\n"
-                               "  Trace buffer size...................: 4072\n"
-                               "  Trace file..........................: " + trace_ + "\n";
-    const std::string filterAll = "\n  Trace Filter\n" + kDashes + "\n  Detail level........................: HIGH\n"
-                                  "  Filter process id...................: 0\n"
-                                  "  Filter thread id....................: 0\n"
-                                  "  Component Set.......................: NO\n";
+    const auto line = [](const std::string& label, const std::string& value) {
+        return "  " + label + std::string(36 - label.size(), '.') + ": " + value + "\n";
+    };
+    const auto header = [](const char* title) { return "\n  " + std::string(title) + "\n" + kDashes + "\n"; };
+    const auto status = [&](const char* instance, const char* on, const char* rate, const char* entries) {
+        return header("Trace Status") + line("Key/Instance", std::string("KivDemo/") + instance) +
+               line("Trace active", on) + line("Trace enabled", on) + line("Trace uses shared memory", "NO") +
+               line("Trace buffer size", "4072") + line("Trace file", trace_) + line("Compression rate", rate) +
+               line("Number of entries", entries) + header("Trace Filter");
+    };
     struct Row { std::string args, vars, expected; } rows[] = {
         // The status alone; an active key enables the controller's own instance.
         {"", "KIVDEMO_TRACE_ACTIVE=1 KIVDEMO_TRACE_AUTOCLEAR=1 KIVDEMO_TRACE_BUFSIZE=4",
-         status + "KIVTRACEINSTANCE0\n  Trace active........................: YES\n"
-                  "  Trace enabled.......................: YES\n" + common +
-             "  Compression rate....................: 0\n  Number of entries...................: 0\n" + filterAll},
+         status("KIVTRACEINSTANCE0", "YES", "0", "0") + line("Detail level", "HIGH") + line("Filter process id", "0") +
+             line("Filter thread id", "0") + line("Component Set", "NO")},
         // After a display the rate and the count are known; the filter options show.
         {"-instance inst_2 -display -format '' -verbose -fcompids 2,4.6,-5 -fpid 77 -fdetail med",
          "KIVDEMO_TRACE_BUFSIZE=4",
-         status + "inst_2\n  Trace active........................: NO\n"
-                  "  Trace enabled.......................: NO\n" + common +
-             "  Compression rate....................: 0.811224\n  Number of entries...................: 17\n"
-             "\n  Trace Filter\n" + kDashes + "\n  Detail level........................: MED\n"
-             "  Filter process id...................: 77\n  Filter thread id....................: 0\n"
-             "  Component Set.......................: YES\n  Include component(s)................: 2,4,6\n"
-             "  Exclude component(s)................: 1,3,5,7.255\n"},
+         status("inst_2", "NO", "0.811224", "17") + line("Detail level", "MED") + line("Filter process id", "77") +
+             line("Filter thread id", "0") + line("Component Set", "YES") + line("Include component(s)", "2,4,6") +
+             line("Exclude component(s)", "1,3,5,7.255")},
     };
     for (const Row& row : rows) {
         const kivtest::ChildResult r = tool(KIV_TRACECTL, "-key KivDemo " + row.args, fileVar() + " " + row.vars);
-        EXPECT_EQ(r.exitCode, 0) << r.err;
-        EXPECT_EQ(r.out, kTitle + row.expected) << row.args;
+        EXPECT_EQ(std::to_string(r.exitCode) + r.out, "0" + kTitle + row.expected) << row.args << r.err;
         // The controller never changes the trace file, autoclear or not.
         EXPECT_EQ(kivtest::readFile(trace_), before);
     }
@@ -219,12 +201,10 @@ TEST_F(TraceToolsTest, InitDumpAndReset) {
     EXPECT_EQ(ctl("-init").exitCode, 0);
     // -dump shows the raw bytes; -reset, last, empties the file.
     const kivtest::ChildResult dumped = ctl("-dump -reset");
-    EXPECT_EQ(dumped.exitCode, 0) << dumped.err;
-    EXPECT_EQ(dumped.out, kTitle + "\n  " + trace_ + "\n" + kDashes +
+    EXPECT_EQ(std::to_string(dumped.exitCode) + dumped.out, "0" + kTitle + "\n  " + trace_ + "\n" + kDashes +
                               "  00000000: 41 42 43 44 45 46 47 48  49 4A 4B 4C 4D 4E 4F 50 | ABCDEFGHIJKLMNOP\n"
                               "  00000010: 51 52 __ __ __ __ __ __  __ __ __ __ __ __ __ __ | QR______________\n");
-    EXPECT_TRUE(kivtest::fileExists(trace_));
-    EXPECT_EQ(kivtest::readFile(trace_), "");
+    EXPECT_TRUE(kivtest::fileExists(trace_) && kivtest::readFile(trace_).empty());
     // Nothing to reset is no error, and creates nothing.
     const std::string other = dir_.file("other.trc");
     EXPECT_EQ(ctl("-reset -file " + other).exitCode, 0);
@@ -239,8 +219,7 @@ TEST_F(TraceToolsTest, FailuresAndExitCodes) {
     std::string damaged = bytes;
     damaged[0] = static_cast<char>(damaged[0] | 0x1F);  // data type 31 in the first record
     kivtest::writeFile(bad, damaged);
-    const std::string none = dir_.file("none.trc");
-    const std::string byDefault = dir_.file("KivDemotrace.trc");
+    const std::string none = dir_.file("none.trc"), byDefault = dir_.file("KivDemotrace.trc");
     struct Row { std::string args, vars; int exitCode; std::string out, err; } rows[] = {
         {"-key KivDemo -display -file " + none, "", 2, kTitle + "\a", fatal("Specified trace file not found: " + none)},
         {"-key KivDemo -display", "", 2, kTitle + "\a",
@@ -267,10 +246,8 @@ TEST_F(TraceToolsTest, FailuresAndExitCodes) {
     };
     for (const Row& row : rows) {
         const kivtest::ChildResult r = tool(KIV_TRACECTL, row.args, row.vars);
-        EXPECT_TRUE(r.exited) << row.args;
-        EXPECT_EQ(r.exitCode, row.exitCode) << row.args;
-        EXPECT_EQ(r.out, row.out) << row.args;
-        EXPECT_EQ(r.err, row.err) << row.args;
+        EXPECT_EQ(std::tie(r.exited, r.exitCode, r.out, r.err), std::make_tuple(true, row.exitCode, row.out, row.err))
+            << row.args;
     }
 }
 
@@ -315,26 +292,20 @@ TEST_F(TraceToolsTest, ChromeTraceJson) {
     for (size_t i = 0; i < list.size(); ++i) {
         const std::string& e = events[i];
         const std::string phase = field(e, "ph"), name = field(e, "name"), tid = field(e, "tid");
-        ++phases[phase];
-        EXPECT_EQ(field(e, "ts"), std::to_string(list[i].timeStamp)) << e;
-        EXPECT_EQ(field(e, "pid"), std::to_string(list[i].processId)) << e;
-        EXPECT_EQ(tid, std::to_string(list[i].threadId)) << e;
-        if (phase == "B") {
-            EXPECT_EQ(list[i].type, KIV_TRACE_TYPE_FUNCTION_ENTRY) << e;
-            open[tid].push_back(name);
-        } else if (phase == "E") {
-            ASSERT_FALSE(open[tid].empty()) << e;
-            EXPECT_EQ(open[tid].back(), name) << e;
+        ++phases[phase + (phase == "i" ? field(e, "s") : "")];
+        EXPECT_EQ(field(e, "ts") + "/" + field(e, "pid") + "/" + tid + "/" + std::to_string(phase == "B"),
+                  std::to_string(list[i].timeStamp) + "/" + std::to_string(list[i].processId) + "/" +
+                      std::to_string(list[i].threadId) + "/" + std::to_string(list[i].type == 1)) << e;
+        if (phase == "B") open[tid].push_back(name);
+        if (phase == "E") {
+            ASSERT_EQ(open[tid].empty() ? "" : open[tid].back(), name) << e;
             open[tid].pop_back();
-        } else {
-            EXPECT_EQ(phase + field(e, "s"), "it") << e;
-            EXPECT_NE(field(e, "type"), "") << e;
         }
+        EXPECT_EQ(field(e, "type") != "", phase == "i") << e;
     }
     for (const auto& thread : open) EXPECT_TRUE(thread.second.empty()) << thread.first;
-    EXPECT_EQ(open.size(), 2u);  // main thread and worker
-    EXPECT_EQ(phases["B"], 32);  // main, 30 rounds, the worker
-    EXPECT_EQ(phases["E"], 32);
+    EXPECT_EQ(open.size(), 2u);  // main thread and worker; main, 30 rounds and the worker enter and exit:
+    EXPECT_EQ(phases, (std::map<std::string, int>{{"B", 32}, {"E", 32}, {"it", 9 * 30 + 8 - 64}}));
     // Typed data as JSON values.
     EXPECT_NE(events[2].find("\"data\":\"hello, trace\""), std::string::npos) << events[2];
     EXPECT_EQ(field(events[7], "data"), "1000000007");
