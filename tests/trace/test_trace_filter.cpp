@@ -35,16 +35,10 @@ TEST(TraceFilter, ComponentSetTextsListExactlyTheirIds) {
     }
 }
 
-TEST(TraceFilter, DetailTexts) {
-    const std::pair<const char*, KivEnTraceDetail> rows[] = {
-        {"HIGH", KIV_TRACE_DETAIL_HIGH}, {"highest", KIV_TRACE_DETAIL_HIGH}, {"MEDIUM", KIV_TRACE_DETAIL_MED},
-        {"low", KIV_TRACE_DETAIL_LOW},   {"LO", KIV_TRACE_DETAIL_OFF},       {"x", KIV_TRACE_DETAIL_OFF},
-        {nullptr, KIV_TRACE_DETAIL_OFF}};
-    for (const auto& [text, detail] : rows) {
-        KivClTraceFilter filter;
-        filter.setDetail(text);
-        EXPECT_EQ(filter.getDetail(), detail) << (text ? text : "null");
-    }
+TEST(TraceFilter, DetailTexts) {  // texts from the variables: the trace environment tests
+    KivClTraceFilter filter;
+    filter.setDetail(nullptr);
+    EXPECT_EQ(filter.getDetail(), KIV_TRACE_DETAIL_OFF);
     EXPECT_STREQ(KivClTraceFilter::getDetailAsCString(3), "HIGH");
     EXPECT_EQ(KivClTraceFilter::getDetailAsCString(4), nullptr);
     EXPECT_EQ(KivClTraceFilter::getDetailAsCString(-1), nullptr);

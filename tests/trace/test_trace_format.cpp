@@ -55,32 +55,35 @@ const std::string kLine2 = "00000010: 51 52 __ __ __ __ __ __  __ __ __ __ __ __
 TEST_F(TraceFormatTest, DefaultFormatExactOutput) {
     // RawRecord: type, message, function, data, detail, component, timestamp, process, thread.
     EXPECT_EQ(formatRecords({{KIV_TRACE_TYPE_FUNCTION_ENTRY, "", "main", bytesOf<int32_t>(1), 0, 0, 5, 100, 1},
-                             {KIV_TRACE_TYPE_DATA, "blob", "main", "ABCDEFGHIJKLMNOPQR", 2, 3, 7, 100, 1},
                              {KIV_TRACE_TYPE_CSTRING, "text", "main", "hi", 3, 255, 8, 100, 1},
-                             {KIV_TRACE_TYPE_DATA_NULL, "nul", "main", "", 1, 3, 9, 100, 1},
+                             {KIV_TRACE_TYPE_DATA_NULL, "nul", "main", "", 2, 3, 9, 100, 1},
                              {KIV_TRACE_TYPE_DATA_CLIPPED, "cut", "main", "ABCDEFGHIJKLMNOP", 1, 3, 10, 100, 1}},
                             nullptr),
               "main\n   P: 100, T: 5, D: OFF, C: 0\n   Data:  (FE: \n)"
-              "main\n   P: 100, T: 7, D: MED, C: 3\n   Data: blob (DA (18 Bytes): \n" + kLine1 + "\n" + kLine2 + "\n)"
               "main\n   P: 100, T: 8, D: HIGH, C: 255\n   Data: text (cpsz: \"hi\"\n)"
-              "main\n   P: 100, T: 9, D: LOW, C: 3\n   Data: nul (DA: *** Illegal NULL pointer ***\n)"
+              "main\n   P: 100, T: 9, D: MED, C: 3\n   Data: nul (DA: *** Illegal NULL pointer ***\n)"
               "main\n   P: 100, T: 10, D: LOW, C: 3\n   Data: cut (DA (16 Bytes) *** Clipped ***: \n" + kLine1 +
                   "\n\n)");
 }
 
-TEST_F(TraceFormatTest, ScalarRenderings) {
+TEST_F(TraceFormatTest, ScalarRenderingsAndLongTypeNames) {
     struct Row { uint32_t type; std::string data; const char* text; } rows[] = {
-        {KIV_TRACE_TYPE_BOOL, std::string(1, '\2'), "TRUE"}, {KIV_TRACE_TYPE_INT8, "\xFF", "0xFFFFFFFF/-1"},
-        {KIV_TRACE_TYPE_INT8, "A", "0x41/65/'A'"},          {KIV_TRACE_TYPE_UINT8, "\xC8", "0xC8/200"},
-        {KIV_TRACE_TYPE_INT16, bytesOf<int16_t>(-300), "-300"},
-        {KIV_TRACE_TYPE_UINT32, bytesOf<uint32_t>(4000000000u), "4000000000"},
-        {KIV_TRACE_TYPE_INT64, bytesOf<int64_t>(-5000000000LL), "-5000000000"},
-        {KIV_TRACE_TYPE_FLOAT, bytesOf<float>(1.5f), "1.5"}, {KIV_TRACE_TYPE_DOUBLE, bytesOf<double>(-0.25), "-0.25"},
-        {KIV_TRACE_TYPE_LONG_DOUBLE, bytesOf<long double>(1e100L), "1e+100"},
-        {KIV_TRACE_TYPE_ADDRESS, bytesOf<uint64_t>(0x1234abcdULL), "0x1234abcd"},
-        {KIV_TRACE_TYPE_ADDRESS, bytesOf<uint32_t>(0xbeefu), "0xbeef"}, {KIV_TRACE_TYPE_CSTRING, "", "\"\""},
+        {KIV_TRACE_TYPE_BOOL, std::string(1, '\2'), "bool: TRUE"},
+        {KIV_TRACE_TYPE_INT8, "\xFF", "signed integer (8 bits): 0xFFFFFFFF/-1"},
+        {KIV_TRACE_TYPE_INT8, "A", "signed integer (8 bits): 0x41/65/'A'"},
+        {KIV_TRACE_TYPE_UINT8, "\xC8", "unsigned integer (8 bits): 0xC8/200"},
+        {KIV_TRACE_TYPE_INT16, bytesOf<int16_t>(-300), "signed integer (16 bits): -300"},
+        {KIV_TRACE_TYPE_UINT16, bytesOf<uint16_t>(65535), "unsigned integer (16 bits): 65535"},
+        {KIV_TRACE_TYPE_UINT32, bytesOf<uint32_t>(4000000000u), "unsigned integer (32 bits): 4000000000"},
+        {KIV_TRACE_TYPE_INT64, bytesOf<int64_t>(-5000000000LL), "signed integer (64 bits): -5000000000"},
+        {KIV_TRACE_TYPE_UINT64, bytesOf<uint64_t>(~0ULL), "unsigned integer (64 bits): 18446744073709551615"},
+        {KIV_TRACE_TYPE_FLOAT, bytesOf<float>(1.5f), "float: 1.5"}, {KIV_TRACE_TYPE_DOUBLE, bytesOf<double>(-0.25), "double: -0.25"},
+        {KIV_TRACE_TYPE_LONG_DOUBLE, bytesOf<long double>(1e100L), "long double: 1e+100"},
+        {KIV_TRACE_TYPE_ADDRESS, bytesOf<uint64_t>(0x1234abcdULL), "Address: 0x1234abcd"},
+        {KIV_TRACE_TYPE_ADDRESS, bytesOf<uint32_t>(0xbeefu), "Address: 0xbeef"},
+        {KIV_TRACE_TYPE_CSTRING, "", "C string: \"\""}, {KIV_TRACE_TYPE_UNICODE, "", "Unicode: "},
     };
-    for (const Row& row : rows) EXPECT_EQ(formatRecords({{row.type, "", "", row.data}}, "%d"), row.text) << row.type;
+    for (const Row& row : rows) EXPECT_EQ(formatRecords({{row.type, "", "", row.data}}, "%X: %d"), row.text);
 }
 
 TEST_F(TraceFormatTest, FormatVariablesAndEscapes) {
@@ -146,7 +149,6 @@ TEST_F(TraceFormatTest, NestingIndentationFunctionNamesAndHex) {
         {[](KivClTraceFormatter& f) { f.nest = true, f.everyFunctionName = false, f.setDisplayIndentation(".."); },
          "main:  Nesting level: 1\n..: v 5\n..inner:  Nesting level: 2\n....: w 6\n....:  Nesting level: 1\n"
          "..main: x 7\n..:  Nesting level: 0\n"},
-        {nullptr, "main:  \nmain: v 5\ninner:  \ninner: w 6\ninner:  \nmain: x 7\nmain:  \n"},
         {[](KivClTraceFormatter& f) { f.functionHeaders = false, f.setDisplayIndentation(".."); },
          "main: v 5\ninner: w 6\nmain: x 7\n"},
     };

@@ -1,6 +1,6 @@
 // Trace files in shared places: a symbolic link planted at the default name
-// in the temporary directory is never followed, and processes tracing under
-// one key into one file never split each other's records.
+// in the temporary directory is never followed, and no record is lost or
+// split, also when processes share one file.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -40,30 +40,35 @@ TEST(TraceFileSafety, LinkPlantedAtTheDefaultNameIsNotFollowed) {
 
 namespace {
 
-// The bytes writer w puts in the data of its record r: every byte tells both.
-std::string payload(int writer, int record) {
-    std::string data(static_cast<size_t>((record * 53 + writer * 17) % 311), '\0');
+// The data writer w gives its record r: up to longest bytes, every one telling both.
+std::string payload(int writer, int record, int longest) {
+    std::string data(static_cast<size_t>((record * 37 + writer * 17) % longest), '\0');
     for (size_t j = 0; j < data.size(); ++j) data[j] = static_cast<char>(writer * 31 + record + static_cast<int>(j));
     return data;
 }
 
 }  // namespace
 
-TEST(TraceFileSharing, ConcurrentWritersKeepRecordsWholeAndInOrder) {
-    constexpr int kWriters = 6, kRecords = 1500;
-    for (const char* autoflushAndCompress : {"00", "01", "10"}) {
-        SCOPED_TRACE(std::string("autoflush and compress ") + autoflushAndCompress);
+// Processes tracing under one key through the smallest ring (4096 bytes, so
+// the ring wraps hundreds of times) into one file, handing the rest over at
+// exit: no record is lost, split or reordered; data longer than the ring's
+// data area is clipped and every 50th record has none.
+TEST(TraceFileSharing, NoRecordLostOrSplitByWritersSharingAFile) {
+    struct Row { int writers, records, longest; const char* autoflush; const char* compress; } rows[] = {
+        {1, 3000, 5000, "0", "1"}, {6, 1500, 311, "0", "0"}, {6, 1500, 311, "0", "1"}, {6, 1500, 311, "1", "0"}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::to_string(row.writers) + " writers, autoflush " + row.autoflush + ", compress " + row.compress);
         kivtest::TempDir dir;
         kivtest::TraceKeyEnv vars("KIVTSHARE", dir);
         vars.set("ACTIVE", "1");
-        vars.set("BUFSIZE", "0");  // the smallest ring, 4096 bytes: a hand-over every 20 records
-        vars.set("AUTOFLUSH", std::string(1, autoflushAndCompress[0]).c_str());
-        vars.set("COMPRESS", std::string(1, autoflushAndCompress[1]).c_str());
+        vars.set("BUFSIZE", "0");
+        vars.set("AUTOFLUSH", row.autoflush);
+        vars.set("COMPRESS", row.compress);
 
         int gate[2];  // the writers wait on a pipe so that they all record at once
         ASSERT_EQ(pipe(gate), 0);
         std::map<uint32_t, int> writerOfPid;
-        for (int w = 0; w < kWriters; ++w) {
+        for (int w = 0; w < row.writers; ++w) {
             const pid_t pid = fork();
             ASSERT_GE(pid, 0);
             if (pid == 0) {
@@ -72,32 +77,39 @@ TEST(TraceFileSharing, ConcurrentWritersKeepRecordsWholeAndInOrder) {
                 while (read(gate[0], &byte, 1) > 0) {
                 }
                 kivTraceCreateInstance("KIVTSHARE", nullptr);
-                for (int r = 0; r < kRecords; ++r) {
-                    const std::string data = payload(w, r), message = "w" + std::to_string(w) + " r" + std::to_string(r);
-                    kivTraceDump(KIV_TRACE_DETAIL_LOW, static_cast<unsigned short>(w), KIV_TRACE_TYPE_DATA,
-                                 "writer", message.c_str(), data.data(), static_cast<unsigned>(data.size()));
+                for (int r = 0; r < row.records; ++r) {
+                    const std::string data = payload(w, r, row.longest);
+                    kivTraceDump(KIV_TRACE_DETAIL_LOW, static_cast<unsigned short>(w), KIV_TRACE_TYPE_DATA, "writer",
+                                 ("w" + std::to_string(w) + " r" + std::to_string(r)).c_str(),
+                                 r % 50 == 0 ? nullptr : data.data(), static_cast<unsigned>(data.size()));
                 }
-                std::exit(0);
+                std::exit(0);  // a normal exit: the static destructor hands over the rest
             }
             writerOfPid[static_cast<uint32_t>(pid)] = w;
         }
         close(gate[0]);
         close(gate[1]);
-        for (int w = 0; w < kWriters; ++w) {
+        for (int w = 0; w < row.writers; ++w) {
             int status = 0;
             ASSERT_GT(wait(&status), 0);
             ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
         }
 
         KivClTraceEnvironment reader("KIVTSHARE", nullptr, true);
-        int next[kWriters] = {};
+        std::vector<int> next(static_cast<size_t>(row.writers));
         for (const kivtest::ReadRecord& r : kivtest::readRecords(reader)) {
             const auto found = writerOfPid.find(r.header.processId);
             ASSERT_NE(found, writerOfPid.end()) << "a record with a foreign process id";
-            const int w = found->second, n = next[w]++;
-            ASSERT_EQ(r.message + "/" + std::to_string(r.header.componentId) + "/" + r.data,
-                      "w" + std::to_string(w) + " r" + std::to_string(n) + "/" + std::to_string(w) + "/" + payload(w, n));
+            const int w = found->second, n = next[static_cast<size_t>(w)]++;
+            const std::string data = n % 50 == 0 ? "" : payload(w, n, row.longest).substr(0, 4072);
+            const int type = n % 50 == 0 ? KIV_TRACE_TYPE_DATA_NULL
+                             : data.size() < payload(w, n, row.longest).size() ? KIV_TRACE_TYPE_DATA_CLIPPED
+                                                                                : KIV_TRACE_TYPE_DATA;
+            ASSERT_EQ(r.message + "/" + r.function + "/" + std::to_string(r.header.componentId) + "/" +
+                          std::to_string(r.type) + "/" + r.data,
+                      "w" + std::to_string(w) + " r" + std::to_string(n) + "/writer/" + std::to_string(w) + "/" +
+                          std::to_string(type) + "/" + data);
         }
-        EXPECT_EQ(std::vector<int>(next, next + kWriters), std::vector<int>(kWriters, kRecords));
+        EXPECT_EQ(next, std::vector<int>(static_cast<size_t>(row.writers), row.records));
     }
 }
