@@ -12,7 +12,7 @@ class JsonCheck {
 public:
     static bool isValid(const std::string& text) {
         JsonCheck check(text);
-        return check.value(0) && (check.blanks(), check.at_ == text.size());
+        return check.value() && (check.blanks(), check.at_ == text.size());
     }
 
 private:
@@ -24,26 +24,18 @@ private:
     void blanks() {
         while (isOneOf(" \t\n\r")) ++at_;
     }
-    bool take(char c) {
-        blanks();
-        return peek() == c && (++at_, true);
-    }
+    bool take(char c) { return blanks(), peek() == c && (++at_, true); }
     bool digits() {
         const size_t start = at_;
         while (isOneOf("0123456789")) ++at_;
         return at_ > start;
     }
-    bool word(const char* w) {
-        const size_t length = std::strlen(w);
-        return s_.compare(at_, length, w) == 0 && (at_ += length, true);
-    }
+    bool word(const char* w) { return s_.compare(at_, std::strlen(w), w) == 0 && (at_ += std::strlen(w), true); }
 
-    bool value(int depth) {
-        blanks();
-        switch (depth > 64 ? '\0' : peek()) {
-        case '\0': return false;
-        case '{': return list('}', depth, true);
-        case '[': return list(']', depth, false);
+    bool value() {
+        switch (blanks(), peek()) {
+        case '{': return list('}', true);
+        case '[': return list(']', false);
         case '"': return string();
         case 't': return word("true");
         case 'f': return word("false");
@@ -52,12 +44,12 @@ private:
         }
     }
     // An array, or an object whose members are "name": value.
-    bool list(char close, int depth, bool object) {
+    bool list(char close, bool object) {
         ++at_;
         if (take(close)) return true;
         do {
             if (object && !(blanks(), peek() == '"' && string() && take(':'))) return false;
-            if (!value(depth + 1)) return false;
+            if (!value()) return false;
         } while (take(','));
         return take(close);
     }
@@ -68,13 +60,9 @@ private:
             if (c < 0x20) return false;
             if (c != '\\') continue;
             ++at_;
-            if (peek() == 'u') {
-                const std::string hex = s_.substr(at_ + 1, 4);
-                if (hex.size() != 4 || hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) return false;
-                at_ += 4;
-            } else if (!isOneOf("\"\\/bfnrt")) {
-                return false;
-            }
+            const std::string hex = peek() == 'u' ? s_.substr(at_ + 1, 4) : "0000";  // \u takes four hex digits
+            if (hex.size() != 4 || hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) return false;
+            if (!isOneOf("\"\\/bfnrtu")) return false;
         }
         return false;
     }

@@ -60,11 +60,8 @@ TEST(TraceCompression, Vectors) {
     const std::string letters(400, 'q'), digits(200, '7');
     // packed empty: only the size is checked.
     struct Row { std::string text; std::vector<unsigned char> packed; size_t size; std::string decoded; } rows[] = {
-        {"AB", {0x2C, 0xCF}, 2, "AB"},
-        {"a1", {0x97, 0xF3, 0x1F}, 3, "a1"},
-        {"", {}, 0, ""},
-        {"\xFF", {0xFF, 0xFF}, 2, "\xFF"},
-        {"zzzz", {0xFB, 0xEF, 0xBE}, 3, "zzzz"},  // code 62 four times: no fill
+        {"AB", {0x2C, 0xCF}, 2, "AB"}, {"a1", {0x97, 0xF3, 0x1F}, 3, "a1"}, {"", {}, 0, ""},
+        {"\xFF", {0xFF, 0xFF}, 2, "\xFF"}, {"zzzz", {0xFB, 0xEF, 0xBE}, 3, "zzzz"},  // code 62 four times: no fill
         {letters, {}, 255, letters.substr(0, 339)},  // 2034 bits and 6 fill bits
         {digits, {}, 254, digits.substr(0, 145)},    // 14 bits per escaped digit
     };

@@ -68,7 +68,7 @@ TEST_F(TraceFormatTest, DefaultFormatExactOutput) {
 
 TEST_F(TraceFormatTest, ScalarRenderingsAndLongTypeNames) {
     struct Row { uint32_t type; std::string data; const char* text; } rows[] = {
-        {KIV_TRACE_TYPE_BOOL, std::string(1, '\2'), "bool: TRUE"},
+        {KIV_TRACE_TYPE_BOOL, std::string(1, '\2'), "bool: TRUE"}, {KIV_TRACE_TYPE_FLOAT, bytesOf<float>(1.5f), "float: 1.5"},
         {KIV_TRACE_TYPE_INT8, "\xFF", "signed integer (8 bits): 0xFFFFFFFF/-1"},
         {KIV_TRACE_TYPE_INT8, "A", "signed integer (8 bits): 0x41/65/'A'"},
         {KIV_TRACE_TYPE_UINT8, "\xC8", "unsigned integer (8 bits): 0xC8/200"},
@@ -77,7 +77,7 @@ TEST_F(TraceFormatTest, ScalarRenderingsAndLongTypeNames) {
         {KIV_TRACE_TYPE_UINT32, bytesOf<uint32_t>(4000000000u), "unsigned integer (32 bits): 4000000000"},
         {KIV_TRACE_TYPE_INT64, bytesOf<int64_t>(-5000000000LL), "signed integer (64 bits): -5000000000"},
         {KIV_TRACE_TYPE_UINT64, bytesOf<uint64_t>(~0ULL), "unsigned integer (64 bits): 18446744073709551615"},
-        {KIV_TRACE_TYPE_FLOAT, bytesOf<float>(1.5f), "float: 1.5"}, {KIV_TRACE_TYPE_DOUBLE, bytesOf<double>(-0.25), "double: -0.25"},
+        {KIV_TRACE_TYPE_DOUBLE, bytesOf<double>(-0.25), "double: -0.25"},
         {KIV_TRACE_TYPE_LONG_DOUBLE, bytesOf<long double>(1e100L), "long double: 1e+100"},
         {KIV_TRACE_TYPE_ADDRESS, bytesOf<uint64_t>(0x1234abcdULL), "Address: 0x1234abcd"},
         {KIV_TRACE_TYPE_ADDRESS, bytesOf<uint32_t>(0xbeefu), "Address: 0xbeef"},
