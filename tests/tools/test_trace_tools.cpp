@@ -68,8 +68,8 @@ protected:
     // The console UI's fatal report; the message's later lines are indented
     // by the program name's length plus two.
     static std::string fatal(const std::string& message, const std::string& program = "kivtracectl") {
-        return "\n" + std::string(74, '-') + "\n" + program + ": A fatal error occurred:\n" + std::string(program.size() + 2, ' ') +
-               message + "\n";
+        return "\n" + std::string(74, '-') + "\n" + program + ": A fatal error occurred:\n" +
+               std::string(program.size() + 2, ' ') + message + "\n";
     }
 
     kivtest::TempDir dir_;

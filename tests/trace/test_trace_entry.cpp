@@ -35,23 +35,19 @@ std::string readCodeByCode(std::vector<unsigned char> packed) {
     const uint32_t bits = static_cast<uint32_t>(8 * packed.size());
     packed.push_back(0);  // room for the reader's look-ahead byte
     std::string text;
-    for (uint32_t bit = 0; bits - bit >= 6; bit += 6) {
-        const uint32_t code = KivClTraceEntry::deCompressReadBits(packed.data(), bit, 6);
-        if (code < 63) {
-            text += kAlphabet[code];
-        } else if (bits - bit - 6 >= 8) {
-            text += static_cast<char>(KivClTraceEntry::deCompressReadBits(packed.data(), bit + 6, 8));
-            bit += 8;
-        } else {
-            break;
-        }
+    for (uint32_t bit = 0, code; bits - bit >= 6; bit += code < 63 ? 6 : 14) {
+        code = KivClTraceEntry::deCompressReadBits(packed.data(), bit, 6);
+        if (code == 63 && bits - bit < 14) break;  // fill bits, not an escape
+        text += code < 63 ? kAlphabet[code]
+                          : static_cast<char>(KivClTraceEntry::deCompressReadBits(packed.data(), bit + 6, 8));
     }
     return text;
 }
 
 // The text bytes of a record, after its 20-byte header.
 std::string textsOf(const KivClTraceEntry& entry) {
-    return std::string(reinterpret_cast<const char*>(entry.getHeaderAndText()) + 20, entry.getHeaderAndTextLength() - 20);
+    return std::string(reinterpret_cast<const char*>(entry.getHeaderAndText()) + 20,
+                       entry.getHeaderAndTextLength() - 20);
 }
 
 }  // namespace

@@ -47,6 +47,12 @@ protected:
     std::ostringstream out_;  // what the last format() printed, also after an exception
 };
 
+// Groups digits by three with a comma, whatever the machine's locales.
+struct Thousands : std::numpunct<char> {
+    char do_thousands_sep() const override { return ','; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
 const std::string kLine1 = "00000000: 41 42 43 44 45 46 47 48  49 4A 4B 4C 4D 4E 4F 50 | ABCDEFGHIJKLMNOP";
 const std::string kLine2 = "00000010: 51 52 __ __ __ __ __ __  __ __ __ __ __ __ __ __ | QR______________";
 
@@ -68,7 +74,7 @@ TEST_F(TraceFormatTest, DefaultFormatExactOutput) {
 
 TEST_F(TraceFormatTest, ScalarRenderingsAndLongTypeNames) {
     struct Row { uint32_t type; std::string data; const char* text; } rows[] = {
-        {KIV_TRACE_TYPE_BOOL, std::string(1, '\2'), "bool: TRUE"}, {KIV_TRACE_TYPE_FLOAT, bytesOf<float>(1.5f), "float: 1.5"},
+        {KIV_TRACE_TYPE_BOOL, std::string(1, '\2'), "bool: TRUE"}, {KIV_TRACE_TYPE_FLOAT, bytesOf(1.5f), "float: 1.5"},
         {KIV_TRACE_TYPE_INT8, "\xFF", "signed integer (8 bits): 0xFFFFFFFF/-1"},
         {KIV_TRACE_TYPE_INT8, "A", "signed integer (8 bits): 0x41/65/'A'"},
         {KIV_TRACE_TYPE_UINT8, "\xC8", "unsigned integer (8 bits): 0xC8/200"},
@@ -98,16 +104,6 @@ TEST_F(TraceFormatTest, FormatVariablesAndEscapes) {
         EXPECT_EQ(formatRecords({r, r}, row.format), std::string(row.text) + row.text) << row.format;
     }
 }
-
-namespace {
-
-// Groups digits by three with a comma, whatever the machine's locales.
-struct Thousands : std::numpunct<char> {
-    char do_thousands_sep() const override { return ','; }
-    std::string do_grouping() const override { return "\3"; }
-};
-
-}  // namespace
 
 // Numbers follow the stream's base and digit grouping; a tied or
 // unit-buffered stream gets the same text, a failed stream nothing.
@@ -173,7 +169,8 @@ TEST_F(TraceFormatTest, BinaryNotationOfIntegralData) {
                              {KIV_TRACE_TYPE_INT8, "", "", "\x7F"},
                              {KIV_TRACE_TYPE_UINT64, "", "", bytesOf<uint64_t>(0x8000000000000001ULL)},
                              {KIV_TRACE_TYPE_CSTRING, "", "", "ab"}},  // texts have no binary line
-                            "%d|", [](KivClTraceFormatter& f) { f.bin = true, f.hex = true, f.setDisplayIndentation(">"); }),
+                            "%d|",
+                            [](KivClTraceFormatter& f) { f.bin = true, f.hex = true, f.setDisplayIndentation(">"); }),
               "|0x7F/127\n>HEX: 7F __ __ __ __ __ __ __  __ __ __ __ __ __ __ __ | ._______________\n"
               ">BIN: 01111111 ________ ________ ________  ________ ________ ________ ________ | ._______|"
               "9223372036854775809\n>HEX: 01 00 00 00 00 00 00 80  __ __ __ __ __ __ __ __ | ........________\n"
