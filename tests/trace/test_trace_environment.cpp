@@ -108,7 +108,7 @@ TEST_F(TraceEnvironmentTest, VariablesOnlyTurnFlagsOnAndSetTheFilterAndSize) {
     EXPECT_EQ(std::string(environment.getFormatString()), std::string(512, 'f'));
 }
 
-TEST_F(TraceEnvironmentTest, MixedCaseKeyDefaultFileAndVerboseDump) {
+TEST_F(TraceEnvironmentTest, KeyCaseAndLengthDefaultFileAutoclearAndVerboseDump) {
     ScopedEnv tmp("TMP", dir_.path().c_str());
     kivtest::TraceKeyEnv upper("MYAPP", dir_);
     upper.set("FILE", nullptr);
@@ -118,6 +118,17 @@ TEST_F(TraceEnvironmentTest, MixedCaseKeyDefaultFileAndVerboseDump) {
     EXPECT_STREQ(environment.getTraceFileName().getAsCString(), dir_.file("myApptrace.trc").c_str());
     EXPECT_EQ(environment.getSettings().getFilter().getDetail(), KIV_TRACE_DETAIL_HIGH);
     EXPECT_STREQ(environment.getSemaphore().getName(), "---:myApp:KIVTRACEINSTANCE0");
+
+    kivtest::TraceKeyEnv cut("ABCDEFGHIJKLMNOPQRSTUVWX", dir_);  // the first 24 characters
+    cut.set("AUTOCLEAR", "1");
+    kivtest::writeFile(cut.file, "old");
+    {
+        KivClTraceEnvironment controller("ABCDEFGHIJKLMNOPQRSTUVWXYZ", nullptr, true);
+        EXPECT_STREQ(controller.getKey(), "ABCDEFGHIJKLMNOPQRSTUVWX");
+        EXPECT_TRUE(kivtest::fileExists(cut.file));  // a controller keeps the file
+    }
+    KivClTraceEnvironment traced("ABCDEFGHIJKLMNOPQRSTUVWXYZ", nullptr, false);
+    EXPECT_FALSE(kivtest::fileExists(cut.file));
 
     vars_.set("VERBOSE", "TRUE");
     vars_.set("ACTIVE", "1");
@@ -131,19 +142,6 @@ TEST_F(TraceEnvironmentTest, MixedCaseKeyDefaultFileAndVerboseDump) {
                           "[KIV: TRACE: process id: " + std::to_string(getpid()) + "]\n"
                           "[KIV: TRACE: format: " + KivClTraceEnvironment::DEFAULT_FORMAT + "]\n"
                           "[KIV: TRACE: file: " + vars_.file + "]\n[KIV: TRACE: sharedMemory: 0]\n");
-}
-
-TEST_F(TraceEnvironmentTest, LongKeyIsCutAndAutoclearRemovesTheFile) {
-    kivtest::TraceKeyEnv cut("ABCDEFGHIJKLMNOPQRSTUVWX", dir_);  // the first 24 characters
-    cut.set("AUTOCLEAR", "1");
-    kivtest::writeFile(cut.file, "old");
-    {
-        KivClTraceEnvironment controller("ABCDEFGHIJKLMNOPQRSTUVWXYZ", nullptr, true);
-        EXPECT_STREQ(controller.getKey(), "ABCDEFGHIJKLMNOPQRSTUVWX");
-        EXPECT_TRUE(kivtest::fileExists(cut.file));  // a controller keeps the file
-    }
-    KivClTraceEnvironment environment("ABCDEFGHIJKLMNOPQRSTUVWXYZ", nullptr, false);
-    EXPECT_FALSE(kivtest::fileExists(cut.file));
 }
 
 // Callers that reach the enabled test by name, not through the header's
