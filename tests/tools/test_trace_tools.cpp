@@ -144,12 +144,10 @@ TEST_F(TraceToolsTest, ProcessAndThreadFilters) {
     const std::vector<Record> list = records();
     ASSERT_EQ(list.size(), 34u);
     const std::string second = std::to_string(list[17].processId);
-    ASSERT_NE(list[0].processId, list[17].processId);
     const kivtest::ChildResult byProcess = ctl("-display -fdetail off -format '%p %f%n' -fpid " + second);
     EXPECT_EQ(byProcess.out, kTitle + second + " main\n" + second + " measure\n" + second + " measure\n" + second +
                                  " summarize\n" + second + " summarize\n" + second + " main\n");
     const std::string worker = std::to_string(list[12].threadId);  // the entry of summarize
-    ASSERT_NE(list[12].threadId, list[0].threadId);
     const kivtest::ChildResult byThread = ctl("-display -format '%m,' -ftid " + worker);
     EXPECT_EQ(byThread.out, kTitle + ",rounds done,average,,");
 }
