@@ -1,6 +1,7 @@
 // Trace records: compression vectors, bit packing and building records.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <thread>
 
