@@ -32,6 +32,10 @@ TempDir::~TempDir() {
     if (::nftw(path_.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS) != 0) std::perror("remove temporary directory");
 }
 
+// Out of line, as all code here: an inline copy would also be instrumented in every test and
+// make the coverage counts of this file differ between test programs.
+std::string TempDir::file(const std::string& name) const { return path_ + "/" + name; }
+
 ScopedAllocatorHooks::ScopedAllocatorHooks()
     : allocator_(KivClMemoryManager::cv_pfuAllocatorCallback),
       reallocator_(KivClMemoryManager::cv_pfuReallocatorCallback),
@@ -63,6 +67,8 @@ CaptureFd::CaptureFd(int fd) : fd_(fd) {
     ::dup2(tmp, fd_);
     ::close(tmp);
 }
+
+CaptureFd::~CaptureFd() { text(); }
 
 std::string CaptureFd::text() {
     if (stopped_) return text_;

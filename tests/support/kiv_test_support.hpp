@@ -24,7 +24,7 @@ public:
     TempDir();
     ~TempDir();
     const std::string& path() const { return path_; }
-    std::string file(const std::string& name) const { return path_ + "/" + name; }
+    std::string file(const std::string& name) const;  // path() + "/" + name
 
 private:
     std::string path_;
@@ -35,7 +35,7 @@ private:
 class CaptureFd : NoCopy {
 public:
     explicit CaptureFd(int fd);
-    ~CaptureFd() { text(); }
+    ~CaptureFd();
     // Stops capturing (on the first call) and returns what was written.
     std::string text();
 
