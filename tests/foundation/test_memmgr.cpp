@@ -83,8 +83,7 @@ TEST(MemoryManager, SystemHeapByDefaultAndUserHooksWhenInstalled) {
 TEST(MemoryManager, ExportedCopiesFollowTheHooks) {
     const auto namedMalloc = reinterpret_cast<void* (*)(size_t)>(dlsym(RTLD_DEFAULT, "kivMalloc"));
     const auto namedFree = reinterpret_cast<void (*)(void*)>(dlsym(RTLD_DEFAULT, "kivFree"));
-    ASSERT_NE(namedMalloc, nullptr);
-    ASSERT_NE(namedFree, nullptr);
+    ASSERT_TRUE(namedMalloc != nullptr && namedFree != nullptr);
     namedFree(namedMalloc(24));
     resetCounters();
     {

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 #include <functional>
+#include <string>
+#include <tuple>
 
 #include "kiv_memmgr.hpp"
 #include "kiv_mempool.hpp"
@@ -83,7 +85,6 @@ TEST(MemoryPool, ChunksGrowthAndTheThreshold) {
     EXPECT_EQ(pool.getCurrentBlock(), second);
     EXPECT_NE(pool.allocate(pool.getFirstBlock(), 60, number), nullptr);
     EXPECT_EQ(number, 1u);
-
 }
 
 TEST(MemoryPool, StateHandlesAndDeleteAll) {
@@ -121,12 +122,10 @@ TEST(MemoryPool, RefusalsReachTheHandlerOrThrow) {
     EXPECT_EQ(caller.getCapacityForSubsequentBlocks(), 0u);
     EXPECT_EQ(caller.allocate(caller.getFirstBlock(), 60, number), memory);
     EXPECT_EQ(caller.allocate(caller.getFirstBlock(), 4, number), memory + 60);
-    EXPECT_EQ(caller.allocate(4), nullptr);
-    EXPECT_EQ(gReports, 0);
+    EXPECT_TRUE(caller.allocate(4) == nullptr && gReports == 0);
     EXPECT_EQ(caller.allocate(65), nullptr);
-    EXPECT_EQ(gReports, 1);
-    EXPECT_EQ(gLast.errorId, KIV_ERRID_MEMORYPOOL_CHUNK_TOO_BIG);
-    EXPECT_EQ(gLast.errorClass, KIV_ERRCLASS_DATA_OUT_OF_BOUNDS);
+    EXPECT_EQ(std::make_tuple(gReports, gLast.errorId, gLast.errorClass),
+              std::make_tuple(1, KIV_ERRID_MEMORYPOOL_CHUNK_TOO_BIG, KIV_ERRCLASS_DATA_OUT_OF_BOUNDS));
     const KivClException tooBig = thrown([] { KivClMemoryPool(4096, 4096, 256).allocate(0xFFFFF000u); });
     EXPECT_EQ(tooBig.getError().errorId, KIV_ERRID_MEMORYPOOL_CHUNK_TOO_BIG);
     EXPECT_STREQ(tooBig.getModule(), "kiv_mempool:341");
@@ -137,18 +136,14 @@ TEST(MemoryPool, RefusalsReachTheHandlerOrThrow) {
     pool.setErrorHandler(logError, nullptr);
     number = 77;
     EXPECT_EQ(pool.allocate(5000, number), nullptr);
-    EXPECT_EQ(number, 77u);
-    EXPECT_EQ(gReports, 2);
-    EXPECT_EQ(gLast.errorId, KIV_ERRID_MEMORYPOOL_COULD_NOT_GROW);
-    EXPECT_EQ(gLast.errorClass, KIV_ERRCLASS_OUT_OF_MEMORY);
-    EXPECT_EQ(pool.getBlockCount(), 1u);
+    EXPECT_EQ(std::make_tuple(number, gReports, gLast.errorId, gLast.errorClass, pool.getBlockCount()),
+              std::make_tuple(77u, 2, KIV_ERRID_MEMORYPOOL_COULD_NOT_GROW, KIV_ERRCLASS_OUT_OF_MEMORY, 1u));
     pool.setErrorHandler(nullptr, nullptr);
     const KivClException grow = thrown([&pool] { pool.allocate(5000); });
-    EXPECT_STREQ(grow.getModule(), "kiv_mempool:296");
-    EXPECT_EQ(grow.getLine(), 296u);
-    EXPECT_EQ(grow.getError().errorId, KIV_ERRID_MEMORYPOOL_COULD_NOT_GROW);
-    EXPECT_EQ(grow.getError().severity, KIV_SEVERITY_FATAL);
-    EXPECT_EQ(grow.getError().action, KIV_ACTION_TERMINATE);
+    EXPECT_EQ(std::make_tuple(std::string(grow.getModule()), grow.getLine(), grow.getError().errorId,
+                              grow.getError().severity, grow.getError().action),
+              std::make_tuple(std::string("kiv_mempool:296"), 296u, KIV_ERRID_MEMORYPOOL_COULD_NOT_GROW,
+                              KIV_SEVERITY_FATAL, KIV_ACTION_TERMINATE));
     EXPECT_NE(pool.allocate(16), nullptr);  // the first block still serves
 }
 

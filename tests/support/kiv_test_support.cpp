@@ -9,22 +9,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <stdexcept>
+
+#ifdef KIV_COVERAGE
+extern "C" void __gcov_dump();
+#endif
 
 namespace kivtest {
 
-namespace {
-
-std::string tmpBase() {
-    const char* base = std::getenv("TMPDIR");
-    return (base != nullptr && *base != '\0') ? base : "/tmp";
-}
-
-}  // namespace
-
 TempDir::TempDir() {
-    std::string pattern = tmpBase() + "/kivtest.XXXXXX";
+    const char* base = std::getenv("TMPDIR");
+    std::string pattern = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/kivtest.XXXXXX";
     if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
     path_ = pattern;
 }
@@ -35,6 +31,10 @@ TempDir::~TempDir() {
     const auto removeEntry = [](const char* path, const struct stat*, int, FTW*) { return ::remove(path); };
     if (::nftw(path_.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS) != 0) std::perror("remove temporary directory");
 }
+
+// Out of line, as all code here: an inline copy would also be instrumented in every test and
+// make the coverage counts of this file differ between test programs.
+std::string TempDir::file(const std::string& name) const { return path_ + "/" + name; }
 
 ScopedAllocatorHooks::ScopedAllocatorHooks()
     : allocator_(KivClMemoryManager::cv_pfuAllocatorCallback),
@@ -57,8 +57,6 @@ ScopedAllocatorHooks::~ScopedAllocatorHooks() {
     KivClMemoryManager::cv_pfuDeallocatorCallback = deallocator_;
 }
 
-std::string TempDir::file(const std::string& name) const { return path_ + "/" + name; }
-
 CaptureFd::CaptureFd(int fd) : fd_(fd) {
     std::fflush(nullptr);
     char pattern[] = "/tmp/kivcapture.XXXXXX";
@@ -70,52 +68,33 @@ CaptureFd::CaptureFd(int fd) : fd_(fd) {
     ::close(tmp);
 }
 
-CaptureFd::~CaptureFd() { stop(); }
+CaptureFd::~CaptureFd() { text(); }
 
-void CaptureFd::stop() {
-    if (stopped_) return;
+std::string CaptureFd::text() {
+    if (stopped_) return text_;
     stopped_ = true;
     std::fflush(nullptr);
     ::dup2(saved_, fd_);
     ::close(saved_);
     text_ = readFile(file_);
     ::unlink(file_.c_str());
-}
-
-std::string CaptureFd::text() {
-    stop();
     return text_;
-}
-
-#ifdef KIV_COVERAGE
-extern "C" void __gcov_dump();
-#endif
-
-// A child ended with _exit skips the coverage runtime's exit handler, so a
-// coverage build writes the child's counts first.
-static void flushCoverage() {
-#ifdef KIV_COVERAGE
-    __gcov_dump();
-#endif
 }
 
 ChildResult runInChild(const std::function<int()>& body) {
     TempDir dir;
-    const std::string outPath = dir.file("out");
-    const std::string errPath = dir.file("err");
     std::fflush(nullptr);
     const pid_t pid = ::fork();
     if (pid < 0) throw std::runtime_error("fork failed");
     if (pid == 0) {
-        const int in = ::open("/dev/null", O_RDONLY);
-        const int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        const int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        ::dup2(in, 0);
-        ::dup2(out, 1);
-        ::dup2(err, 2);
+        ::dup2(::open("/dev/null", O_RDONLY), 0);
+        ::dup2(::open(dir.file("out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 1);
+        ::dup2(::open(dir.file("err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 2);
         const int code = body();
         std::fflush(nullptr);
-        flushCoverage();
+#ifdef KIV_COVERAGE
+        __gcov_dump();  // _exit skips the coverage runtime's exit handler
+#endif
         ::_exit(code);
     }
     int status = 0;
@@ -123,11 +102,11 @@ ChildResult runInChild(const std::function<int()>& body) {
     }
     ChildResult result;
     result.exited = WIFEXITED(status);
-    if (result.exited) result.exitCode = WEXITSTATUS(status);
+    result.exitCode = result.exited ? WEXITSTATUS(status) : -1;
     result.signaled = WIFSIGNALED(status);
-    if (result.signaled) result.signal = WTERMSIG(status);
-    result.out = readFile(outPath);
-    result.err = readFile(errPath);
+    result.signal = result.signaled ? WTERMSIG(status) : 0;
+    result.out = readFile(dir.file("out"));
+    result.err = readFile(dir.file("err"));
     return result;
 }
 
@@ -142,26 +121,14 @@ ScopedEnv::ScopedEnv(const char* name, const char* value) : name_(name) {
     const char* old = std::getenv(name);
     hadValue_ = old != nullptr;
     if (hadValue_) old_ = old;
-    if (value != nullptr) {
-        ::setenv(name, value, 1);
-    } else {
-        ::unsetenv(name);
-    }
+    value != nullptr ? ::setenv(name, value, 1) : ::unsetenv(name);
 }
 
-ScopedEnv::~ScopedEnv() {
-    if (hadValue_) {
-        ::setenv(name_.c_str(), old_.c_str(), 1);
-    } else {
-        ::unsetenv(name_.c_str());
-    }
-}
+ScopedEnv::~ScopedEnv() { hadValue_ ? ::setenv(name_.c_str(), old_.c_str(), 1) : ::unsetenv(name_.c_str()); }
 
 std::string readFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
-    std::ostringstream content;
-    content << in.rdbuf();
-    return content.str();
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 void writeFile(const std::string& path, const std::string& content) {

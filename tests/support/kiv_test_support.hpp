@@ -10,18 +10,21 @@
 
 namespace kivtest {
 
+// Base of the helpers below, which own a resource and so are never copied.
+struct NoCopy {
+    NoCopy() = default;
+    NoCopy(const NoCopy&) = delete;
+    NoCopy& operator=(const NoCopy&) = delete;
+};
+
 // A fresh directory under $TMPDIR (or /tmp), removed with its contents when
 // the object goes away.
-class TempDir {
+class TempDir : NoCopy {
 public:
     TempDir();
     ~TempDir();
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-
     const std::string& path() const { return path_; }
-    // path() + "/" + name
-    std::string file(const std::string& name) const;
+    std::string file(const std::string& name) const;  // path() + "/" + name
 
 private:
     std::string path_;
@@ -29,18 +32,14 @@ private:
 
 // Captures everything written to a file descriptor (1 or 2) between
 // construction and text(); restores the descriptor afterwards.
-class CaptureFd {
+class CaptureFd : NoCopy {
 public:
     explicit CaptureFd(int fd);
     ~CaptureFd();
-    CaptureFd(const CaptureFd&) = delete;
-    CaptureFd& operator=(const CaptureFd&) = delete;
-
-    // Stops capturing (once) and returns what was written.
+    // Stops capturing (on the first call) and returns what was written.
     std::string text();
 
 private:
-    void stop();
     int fd_;
     int saved_;
     std::string file_;
@@ -67,12 +66,10 @@ ChildResult runShell(const std::string& command);
 
 // Sets (or, with a null value, unsets) an environment variable for one
 // scope and restores its previous state afterwards.
-class ScopedEnv {
+class ScopedEnv : NoCopy {
 public:
     ScopedEnv(const char* name, const char* value);
     ~ScopedEnv();
-    ScopedEnv(const ScopedEnv&) = delete;
-    ScopedEnv& operator=(const ScopedEnv&) = delete;
 
 private:
     std::string name_;
@@ -82,14 +79,12 @@ private:
 
 // Saves the allocator hooks, optionally installs others, and puts the saved
 // three back exactly when the scope ends, also after a failed assertion.
-class ScopedAllocatorHooks {
+class ScopedAllocatorHooks : NoCopy {
 public:
     ScopedAllocatorHooks();
     ScopedAllocatorHooks(KivPfuAllocator allocator, KivPfuReallocator reallocator,
                          KivPfuDeallocator deallocator);
     ~ScopedAllocatorHooks();
-    ScopedAllocatorHooks(const ScopedAllocatorHooks&) = delete;
-    ScopedAllocatorHooks& operator=(const ScopedAllocatorHooks&) = delete;
 
 private:
     KivPfuAllocator allocator_;
