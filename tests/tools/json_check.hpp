@@ -12,7 +12,9 @@ class JsonCheck {
 public:
     static bool isValid(const std::string& text) {
         JsonCheck check(text);
-        return check.value() && (check.blanks(), check.at_ == text.size());
+        if (!check.value()) return false;
+        check.blanks();
+        return check.at_ == text.size();
     }
 
 private:
@@ -24,16 +26,26 @@ private:
     void blanks() {
         while (isOneOf(" \t\n\r")) ++at_;
     }
-    bool take(char c) { return blanks(), peek() == c && (++at_, true); }
+    // Skips blanks, then takes c if it comes next.
+    bool take(char c) {
+        blanks();
+        return skip(peek() == c ? 1 : 0);
+    }
+    // Moves on by count characters; false when count is 0.
+    bool skip(size_t count) {
+        at_ += count;
+        return count > 0;
+    }
     bool digits() {
         const size_t start = at_;
         while (isOneOf("0123456789")) ++at_;
         return at_ > start;
     }
-    bool word(const char* w) { return s_.compare(at_, std::strlen(w), w) == 0 && (at_ += std::strlen(w), true); }
+    bool word(const char* w) { return s_.compare(at_, std::strlen(w), w) == 0 && skip(std::strlen(w)); }
 
     bool value() {
-        switch (blanks(), peek()) {
+        blanks();
+        switch (peek()) {
         case '{': return list('}', true);
         case '[': return list(']', false);
         case '"': return string();
@@ -48,7 +60,10 @@ private:
         ++at_;
         if (take(close)) return true;
         do {
-            if (object && !(blanks(), peek() == '"' && string() && take(':'))) return false;
+            if (object) {
+                blanks();
+                if (peek() != '"' || !string() || !take(':')) return false;
+            }
             if (!value()) return false;
         } while (take(','));
         return take(close);
@@ -56,7 +71,7 @@ private:
     bool string() {
         for (++at_; at_ < s_.size(); ++at_) {
             const unsigned char c = static_cast<unsigned char>(s_[at_]);
-            if (c == '"') return ++at_, true;
+            if (c == '"') return skip(1);
             if (c < 0x20) return false;
             if (c != '\\') continue;
             ++at_;
@@ -68,8 +83,8 @@ private:
     }
     bool number() {
         if (peek() == '-') ++at_;
-        if (!(peek() == '0' ? (++at_, true) : digits())) return false;
-        if (peek() == '.' && (++at_, !digits())) return false;
+        if (!(peek() == '0' ? skip(1) : digits())) return false;
+        if (peek() == '.' && !(skip(1) && digits())) return false;
         if (!isOneOf("eE")) return true;
         ++at_;
         if (isOneOf("+-")) ++at_;
