@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <stdexcept>
 
 #include "kiv_traceformat.hpp"
 #include "trace_test_helpers.hpp"
@@ -59,4 +60,44 @@ TEST(TraceFastPath, RecordReadWithAndWithoutTiedStream) {
             EXPECT_EQ(entry.getMessage(), row.message) << row.cut << tied;
         }
     }
+}
+
+// Streams that fail: an output buffer that takes 8 characters only, input
+// that is already failed or whose buffer throws, and the per-record calls a
+// client makes on the stream of the last format() call.
+TEST(TraceFastPath, FailingStreamsAndPerRecordCalls) {
+    struct EightChars : std::streambuf {
+        char bytes[8];
+        EightChars() { setp(bytes, bytes + sizeof bytes); }
+    } eight;
+    struct Throwing : std::streambuf {
+        int_type underflow() override { throw std::runtime_error("device gone"); }
+    } throwing;
+    kivtest::TempDir dir;
+    kivtest::TraceKeyEnv vars("KIVTFAST", dir);
+    const std::string record = kivtest::makeRecord({KIV_TRACE_TYPE_NO_DATA, "hello world", "main", ""});
+    kivtest::writeFile(vars.file, record + record);
+    KivClTraceEnvironment environment("KIVTFAST", nullptr, true);
+    KivClTraceFormatter formatter(environment);
+    formatter.setFormatString("%m|");
+    std::ostream cut(&eight);
+    formatter.format(cut);
+    EXPECT_TRUE(cut.bad());
+    EXPECT_EQ(std::string(eight.bytes, sizeof eight.bytes), "hello wo");
+
+    std::ostringstream out;
+    formatter.format(out);
+    std::istringstream one(record);
+    char lastFunction[KivClTraceFormatter::FUNCTION_NAME_BUFFER] = "";
+    EXPECT_TRUE(formatter.formatEntry(one, "<%m>", lastFunction));
+    formatter.displayBuffer("end", 3);
+    EXPECT_EQ(out.str(), "hello world|hello world|<hello world>end");
+
+    KivClTraceFileEntry entry(environment);
+    std::istringstream failed(record);
+    failed.setstate(std::ios::failbit);
+    std::istream broken(&throwing);
+    EXPECT_FALSE(entry.read(failed));
+    EXPECT_FALSE(entry.read(broken));
+    EXPECT_TRUE(broken.bad());
 }
