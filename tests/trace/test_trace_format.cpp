@@ -5,6 +5,7 @@
 #include <climits>
 #include <locale>
 #include <sstream>
+#include <stdexcept>
 
 #include <unistd.h>
 
@@ -52,6 +53,12 @@ struct Thousands : std::numpunct<char> {
     char do_thousands_sep() const override { return ','; }
     std::string do_grouping() const override { return "\3"; }
 };
+
+std::string repeat(const std::string& text, size_t times) {
+    std::string out;
+    for (size_t i = 0; i < times; ++i) out += text;
+    return out;
+}
 
 const std::string kLine1 = "00000000: 41 42 43 44 45 46 47 48  49 4A 4B 4C 4D 4E 4F 50 | ABCDEFGHIJKLMNOP";
 const std::string kLine2 = "00000010: 51 52 __ __ __ __ __ __  __ __ __ __ __ __ __ __ | QR______________";
@@ -251,4 +258,80 @@ TEST_F(TraceFormatTest, TextsFromAnAttachedCatalog) {
                             [](KivClTraceFormatter& f) { f.nest = true, f.attachKivMessageCatalog(*attached); }),
               "DA (2 Octets) (coupé):\n00000000: 61 62 __ __ __ __ __ __  __ __ __ __ __ __ __ __ | ab______________|"
               "FE:Niveau 3|");
+}
+
+// Formats taken apart once (up to 64 steps) or read for every record, and
+// output gathered across its 4 KB buffer (300 records, a 5000-character
+// literal).
+TEST_F(TraceFormatTest, FormatStepsAndGatheredOutput) {
+    const RawRecord record{KIV_TRACE_TYPE_NO_DATA, "message of 20 chars!", "f", "", 1, 3};
+    struct Row { std::string format; size_t records; std::string perRecord; } rows[] = {
+        {repeat("%c\\t", 16), 2, repeat("3\t", 16)},
+        {repeat("%c\\t", 40), 2, repeat("3\t", 40)},
+        {"%m%n%q\\", 300, "message of 20 chars!\n%"},
+        {std::string(5000, 'x') + "%c%", 2, std::string(5000, 'x') + "3%"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(formatRecords(std::vector<RawRecord>(row.records, record), row.format.c_str()),
+                  repeat(row.perRecord, row.records)) << row.format.substr(0, 12);
+    }
+}
+
+TEST(TraceFileRead, StraightFromTheBufferOrThroughATiedStream) {
+    kivtest::TempDir dir;
+    kivtest::TraceKeyEnv vars("KIVTFAST", dir);
+    KivClTraceEnvironment environment("KIVTFAST", nullptr, true);
+    const std::string bytes = kivtest::makeRecord({KIV_TRACE_TYPE_NO_DATA, "hello", "main", ""});
+    struct Row { size_t cut; bool read, eof; std::string message; } rows[] = {
+        {0, true, false, "hello"}, {7, true, true, "he"}, {bytes.size(), false, true, ""}};
+    for (const Row& row : rows) {
+        for (bool tied : {false, true}) {
+            std::istringstream in(bytes.substr(0, bytes.size() - row.cut));
+            std::ostringstream other;
+            if (tied) in.tie(&other);
+            KivClTraceFileEntry entry(environment);
+            EXPECT_EQ(entry.read(in), row.read) << row.cut << tied;
+            EXPECT_EQ(in.eof(), row.eof) << row.cut << tied;
+            EXPECT_EQ(entry.getMessage(), row.message) << row.cut << tied;
+        }
+    }
+    // Input that has failed already, or whose buffer throws.
+    struct Throwing : std::streambuf {
+        int_type underflow() override { throw std::runtime_error("device gone"); }
+    } throwing;
+    std::istringstream failed(bytes);
+    failed.setstate(std::ios::failbit);
+    std::istream broken(&throwing);
+    KivClTraceFileEntry entry(environment);
+    EXPECT_FALSE(entry.read(failed));
+    EXPECT_FALSE(entry.read(broken));
+    EXPECT_TRUE(broken.bad());
+}
+
+// An output buffer that takes 8 characters only, and the per-record calls a
+// client makes on the stream of the last format() call.
+TEST(TraceFormatOutput, FullOutputBufferAndPerRecordCalls) {
+    struct EightChars : std::streambuf {
+        char bytes[8];
+        EightChars() { setp(bytes, bytes + sizeof bytes); }
+    } eight;
+    kivtest::TempDir dir;
+    kivtest::TraceKeyEnv vars("KIVTFAST", dir);
+    const std::string record = kivtest::makeRecord({KIV_TRACE_TYPE_NO_DATA, "hello world", "main", ""});
+    kivtest::writeFile(vars.file, record + record);
+    KivClTraceEnvironment environment("KIVTFAST", nullptr, true);
+    KivClTraceFormatter formatter(environment);
+    formatter.setFormatString("%m|");
+    std::ostream cut(&eight);
+    formatter.format(cut);
+    EXPECT_TRUE(cut.bad());
+    EXPECT_EQ(std::string(eight.bytes, sizeof eight.bytes), "hello wo");
+
+    std::ostringstream out;
+    formatter.format(out);
+    std::istringstream one(record);
+    char lastFunction[KivClTraceFormatter::FUNCTION_NAME_BUFFER] = "";
+    EXPECT_TRUE(formatter.formatEntry(one, "<%m>", lastFunction));
+    formatter.displayBuffer("end", 3);
+    EXPECT_EQ(out.str(), "hello world|hello world|<hello world>end");
 }
