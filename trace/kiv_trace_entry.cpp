@@ -1,6 +1,7 @@
 // Trace records and the 6-bit text compression.
 #include "kiv_traceentry.hpp"
 
+#include <cstddef>
 #include <cstring>
 #include <utility>
 
@@ -274,26 +275,24 @@ uint32_t KivClTraceEntry::compressCString(unsigned char* destination, const char
     uint64_t pending = 0;  // bits not yet stored, in the low pendingBits bits
     uint32_t pendingBits = 0;
     unsigned char* out = destination;
-    while (c < end) {
-        // Eight (or four) alphabet characters that leave a byte of the limit
-        // free make six (or three) whole bytes.
+    // Takes a block of alphabet characters at once when it leaves a byte of
+    // the limit free: eight characters make six whole bytes, four make three.
+    auto takeBlock = [&](auto characters, auto bytes) {
+        constexpr uint32_t count = decltype(characters)::size();
         uint64_t codes;
-        if (end - c >= 8 && bit + 8 * CODE_BITS <= limitBits - 8 && packCodes(c, codes, EIGHT)) {
-            pending = (pending << (8 * CODE_BITS)) | codes;
-            storeBytes(pending >> pendingBits, out, SIX);
-            out += 6;
-            c += 8;
-            bit += 8 * CODE_BITS;
-            continue;
+        if (end - c < static_cast<ptrdiff_t>(count) || bit + count * CODE_BITS > limitBits - 8 ||
+            !packCodes(c, codes, characters)) {
+            return false;
         }
-        if (end - c >= 4 && bit + 4 * CODE_BITS <= limitBits - 8 && packCodes(c, codes, FOUR)) {
-            pending = (pending << (4 * CODE_BITS)) | codes;
-            storeBytes(pending >> pendingBits, out, THREE);
-            out += 3;
-            c += 4;
-            bit += 4 * CODE_BITS;
-            continue;
-        }
+        pending = (pending << (count * CODE_BITS)) | codes;
+        storeBytes(pending >> pendingBits, out, bytes);
+        out += decltype(bytes)::size();
+        c += count;
+        bit += count * CODE_BITS;
+        return true;
+    };
+    while (c < end) {
+        if (takeBlock(EIGHT, SIX) || takeBlock(FOUR, THREE)) continue;
         const int32_t code = gs_aiCompressIdxTable[*c];
         if (code >= 0) {
             pending = (pending << CODE_BITS) | static_cast<uint32_t>(code);
