@@ -7,6 +7,10 @@
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
+#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+#include <immintrin.h>
+#define KIV_HAVE_BYTE_SHUFFLES 1
+#endif
 
 #include "kiv_converter.hpp"
 #include "kiv_icu_interface.hpp"
@@ -168,6 +172,52 @@ size_t widenPrintableBlocks(const uint16_t* local, const unsigned char* in, size
 }
 #endif
 
+#if defined(KIV_HAVE_BYTE_SHUFFLES)
+// Processors with AVX-512 VBMI look up 64 bytes at once: the low and the high
+// bytes of the 256 table units sit in four registers each, two two-register
+// byte permutes cover one half of the table, and the sign bit of each source
+// byte picks the half. Two more permutes interleave low and high bytes into
+// units. Returns the bytes done, a multiple of 64; the rest is the caller's.
+__attribute__((target("avx512f,avx512bw,avx512vbmi"))) size_t widenByByteShuffles(const uint16_t* local,
+                                                                                   const unsigned char* in,
+                                                                                   size_t count, char* to) {
+    alignas(64) unsigned char lowBytes[256], highBytes[256], firstUnits[64], secondUnits[64];
+    for (unsigned int byte = 0; byte < 256; ++byte) {
+        lowBytes[byte] = static_cast<unsigned char>(local[byte] & 0xFFu);
+        highBytes[byte] = static_cast<unsigned char>(local[byte] >> 8);
+    }
+    // Index 64 + k of a two-register permute is byte k of its second register.
+    for (unsigned int k = 0; k < 32; ++k) {
+        firstUnits[2 * k] = static_cast<unsigned char>(k);
+        firstUnits[2 * k + 1] = static_cast<unsigned char>(64 + k);
+        secondUnits[2 * k] = static_cast<unsigned char>(32 + k);
+        secondUnits[2 * k + 1] = static_cast<unsigned char>(96 + k);
+    }
+    const __m512i low0 = _mm512_load_si512(lowBytes), low1 = _mm512_load_si512(lowBytes + 64);
+    const __m512i low2 = _mm512_load_si512(lowBytes + 128), low3 = _mm512_load_si512(lowBytes + 192);
+    const __m512i high0 = _mm512_load_si512(highBytes), high1 = _mm512_load_si512(highBytes + 64);
+    const __m512i high2 = _mm512_load_si512(highBytes + 128), high3 = _mm512_load_si512(highBytes + 192);
+    const __m512i first = _mm512_load_si512(firstUnits), second = _mm512_load_si512(secondUnits);
+    size_t done = 0;
+    for (; count - done >= 64; done += 64) {
+        const __m512i bytes = _mm512_loadu_si512(in + done);
+        const __mmask64 upperHalf = _mm512_movepi8_mask(bytes);
+        const __m512i low = _mm512_mask_blend_epi8(upperHalf, _mm512_permutex2var_epi8(low0, bytes, low1),
+                                                   _mm512_permutex2var_epi8(low2, bytes, low3));
+        const __m512i high = _mm512_mask_blend_epi8(upperHalf, _mm512_permutex2var_epi8(high0, bytes, high1),
+                                                    _mm512_permutex2var_epi8(high2, bytes, high3));
+        _mm512_storeu_si512(to + 2 * done, _mm512_permutex2var_epi8(low, first, high));
+        _mm512_storeu_si512(to + 2 * done + 64, _mm512_permutex2var_epi8(low, second, high));
+    }
+    return done;
+}
+
+bool hasByteShuffles() {
+    static const bool has = __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi");
+    return has;
+}
+#endif
+
 template <bool kEbcdic>
 unsigned int convertSingleByte(State& state) {
     const uint16_t* table = static_cast<const uint16_t*>(state.converter->getTable());
@@ -181,8 +231,11 @@ unsigned int convertSingleByte(State& state) {
             local[byte] = kEbcdic && unit == kNextLine ? kLineFeed : unit;
         }
         size_t done = 0;
+#if defined(KIV_HAVE_BYTE_SHUFFLES)
+        if (hasByteShuffles()) done = widenByByteShuffles(local, source, count, target);
+#endif
 #if defined(__SSE2__)
-        if (keepsPrintable(local)) done = widenPrintableBlocks(local, source, count, target);
+        if (done == 0 && keepsPrintable(local)) done = widenPrintableBlocks(local, source, count, target);
 #endif
         widenThroughTable(local, source + done, source + count, target + 2 * done);
         *state.source += count;

@@ -48,6 +48,23 @@ TEST(ConverterFastPath, SingleByteBlocksMatchByteByByte) {
     }
 }
 
+// Every byte value at every position of a 64-byte block, and a tail that
+// does not fill one: whole-table lookups agree with single bytes.
+TEST(ConverterFastPath, EveryByteOfLongInputsMatchesByteByByte) {
+    std::string input;
+    for (size_t i = 0; i < 64 * 256 + 37; ++i) input += static_cast<char>((i * 7 + i / 256) % 256);
+    for (const unsigned int ccsid : {37u, 273u, 437u, 850u, 1252u}) {
+        SCOPED_TRACE(ccsid);
+        const KivClCodePage2UnicodeConverter converter{KivClCCSID(ccsid)};
+        std::string single[256];
+        for (unsigned int byte = 0; byte < 256; ++byte) single[byte] = convert(converter, std::string(1, char(byte)), 2).bytes;
+        std::string expected;
+        for (const char byte : input) expected += single[static_cast<unsigned char>(byte)];
+        const Out whole = convert(converter, input, 2 * input.size());
+        EXPECT_TRUE(whole.bytes == expected && whole.consumed == input.size() && whole.errorId == OK);
+    }
+}
+
 // A unit that is not one byte long at each of the first eight positions, with
 // and without a trailing odd byte; a target one byte short stops with TOO_BIG.
 TEST(ConverterFastPath, Ucs2ToUtf8RoundsMatchAnExactTarget) {
