@@ -15,11 +15,6 @@ constexpr const char* SEPARATOR = ": ";
 // Dashes in the bar under a format header, which starts two columns in.
 constexpr unsigned FORMAT_BAR_WIDTH = KivClConsoleUI::BAR_WIDTH - 2;
 
-void dashes(std::ostream& os, unsigned count) {
-    for (unsigned i = 0; i < count; ++i) os.put('-');
-    os.put('\n');
-}
-
 }  // namespace
 
 // ---- Primitives ----
@@ -27,16 +22,24 @@ void dashes(std::ostream& os, unsigned count) {
 void KivClConsoleUI::newline() const { out() << std::endl; }
 
 void KivClConsoleUI::horizontalBar() const {
-    dashes(out(), BAR_WIDTH);
-    out().put('\n');
+    indent(out(), BAR_WIDTH, '-');
+    out() << "\n\n";
 }
 
 void KivClConsoleUI::beep() const { out().put('\a'); }
 
 void KivClConsoleUI::indent(std::ostream& os) const { indent(os, params_->processNameLength_, ' '); }
 
+// Writes the characters a block at a time: one stream operation (and one
+// flush on a unit-buffered stream) per block instead of per character.
 void KivClConsoleUI::indent(std::ostream& os, unsigned count, char c) const {
-    for (unsigned i = 0; i < count; ++i) os.put(c);
+    char block[80];
+    std::memset(block, c, sizeof block);
+    while (count > 0) {
+        const unsigned n = count < sizeof block ? count : static_cast<unsigned>(sizeof block);
+        os.write(block, n);
+        count -= n;
+    }
 }
 
 void KivClConsoleUI::display(std::ostream& os, const char* text, unsigned indentation,
@@ -70,8 +73,8 @@ void KivClConsoleUI::display(std::ostream& os, const char* text, unsigned indent
 
 void KivClConsoleUI::header(std::ostream& os, const char* text, bool colon) const {
     os.put('\n');
-    dashes(os, BAR_WIDTH);
-    os << params_->processName_ << SEPARATOR << (text != nullptr ? text : "");
+    indent(os, BAR_WIDTH, '-');
+    os << '\n' << params_->processName_ << SEPARATOR << (text != nullptr ? text : "");
     if (colon) {
         os << ":\n";
         indent(os);
@@ -91,8 +94,8 @@ void KivClConsoleUI::header(unsigned long msgId, bool colon) const { header(out(
 void KivClConsoleUI::formatHeader(const char* text) const {
     std::ostream& os = out();
     os << '\n' << LABEL_INDENT << (text != nullptr ? text : "") << '\n' << LABEL_INDENT;
-    dashes(os, FORMAT_BAR_WIDTH);
-    os.flush();
+    indent(os, FORMAT_BAR_WIDTH, '-');
+    os << std::endl;
 }
 
 void KivClConsoleUI::formatHeader(unsigned long msgId) const {

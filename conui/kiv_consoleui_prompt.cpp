@@ -37,7 +37,7 @@ bool KivClConsoleUI::readAnswer(char* buffer, unsigned capacity) const {
 
 bool KivClConsoleUI::ask(const char* text, const char* hint, const char* defaultAnswer) const {
     std::ostream& os = std::cout;
-    for (unsigned i = 0; i < BAR_WIDTH; ++i) os.put('-');
+    indent(os, BAR_WIDTH, '-');
     os << "\n " << (text != nullptr ? text : "");
     if (hint != nullptr) os << " (" << hint << ')';
     os << ":\n";

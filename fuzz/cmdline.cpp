@@ -2,11 +2,13 @@
 // console UI, and asks it about switches named by the first entries of the
 // command line itself.
 // Input: one byte of flags (bit 0 forbids tagged entries), the usage string,
-// a NUL byte, then command line entries separated by NUL bytes. Each text
-// lives in a heap block of exactly its size. The console UI ends the process
-// on a command-line error; here exit() is replaced while the UI works, so
-// that such an ending comes back as an exception carrying its code, which
-// must be one of the UI's documented codes 201 to 204.
+// a NUL byte, then command line entries separated by NUL bytes, of which the
+// first 32 are used: every repeated switch is reported against every later
+// copy, so the reports of one input grow with the square of its entries.
+// Each text lives in a heap block of exactly its size. The console UI ends
+// the process on a command-line error; here exit() is replaced while the UI
+// works, so that such an ending comes back as an exception carrying its
+// code, which must be one of the UI's documented codes 201 to 204.
 #include <dlfcn.h>
 
 #include <cstddef>
@@ -28,6 +30,7 @@ struct ProcessEnded {
 
 bool gs_bCatchExit = false;
 constexpr size_t kMaxQueried = 8;
+constexpr size_t kMaxEntries = 32;
 
 std::unique_ptr<char[]> exactCopy(const uint8_t* data, size_t size) {
     std::unique_ptr<char[]> copy(new char[size + 1]);
@@ -84,7 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const uint8_t flags = data[0];
     std::vector<std::unique_ptr<char[]>> texts;
     size_t start = 1;
-    for (size_t i = 1; i <= size; ++i) {
+    for (size_t i = 1; i <= size && texts.size() <= kMaxEntries; ++i) {
         if (i == size || data[i] == 0) {
             texts.push_back(exactCopy(data + start, i - start));
             start = i + 1;
