@@ -409,6 +409,116 @@ unsigned int kivConvertByAlgorithmUCS2to819(KivClConverterABase::_KivStConverter
 
 namespace {
 
+#if defined(KIV_HAVE_BYTE_SHUFFLES)
+// GCC 12's AVX-512 shift and widening intrinsics merge into a deliberately
+// undefined vector, which its uninitialized-use warnings report.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+bool hasCompress() {
+    static const bool has = __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi2");
+    return has;
+}
+
+// The bytes whose bits under mask equal value.
+__attribute__((target("avx512f,avx512bw"), always_inline)) inline uint64_t highBitsAre(__m512i bytes, int mask,
+                                                                                      int value) {
+    return _mm512_cmpeq_epi8_mask(_mm512_and_si512(bytes, _mm512_set1_epi8(static_cast<char>(mask))),
+                                  _mm512_set1_epi8(static_cast<char>(value)));
+}
+
+// Decodes the characters that start in the first 32 of the 64 bytes at in,
+// when every one of them is ASCII or a two- or three-byte sequence with
+// exactly its trailing bytes: each position's value is computed as if it
+// started a character of its kind, and the starts are compressed together.
+// Writes at most 64 bytes at to and sets written to the bytes that count;
+// returns the source bytes taken, or 0, taking nothing, for any other block.
+__attribute__((target("avx512f,avx512bw,avx512vbmi2"), always_inline)) inline unsigned int decodeUtf8Block(
+    const unsigned char* in, char* to, unsigned int& written) {
+    constexpr uint64_t kStarts = 0xFFFFFFFFull;  // where the characters taken may start
+    constexpr uint64_t kReach = 0x3FFFFFFFFull;  // and the bytes they may reach
+    const __m512i bytes = _mm512_loadu_si512(in);
+    const uint64_t trailing = highBitsAre(bytes, 0xC0, 0x80);
+    const uint64_t two = kStarts & highBitsAre(bytes, 0xE0, 0xC0);
+    const uint64_t three = kStarts & highBitsAre(bytes, 0xF0, 0xE0);
+    const uint64_t longer = kStarts & _mm512_cmpge_epu8_mask(bytes, _mm512_set1_epi8(static_cast<char>(0xF0)));
+    const uint64_t expected = (two << 1) | (three << 1) | (three << 2);
+    if (longer != 0 || (trailing & kReach) != expected) return 0;
+
+    const __m512i first = _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(in)));
+    const __m512i second = _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + 1)));
+    const __m512i third = _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + 2)));
+    const __m512i six = _mm512_set1_epi16(0x3F);
+    const __m512i middle = _mm512_and_si512(second, six);
+    const __m512i ofTwo =
+        _mm512_or_si512(_mm512_slli_epi16(_mm512_and_si512(first, _mm512_set1_epi16(0x1F)), 6), middle);
+    // A 16-bit shift by 12 keeps the lead byte's four value bits only.
+    const __m512i ofThree = _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi16(first, 12), _mm512_slli_epi16(middle, 6)),
+                                            _mm512_and_si512(third, six));
+    __m512i units = _mm512_mask_blend_epi16(static_cast<__mmask32>(two), first, ofTwo);
+    units = _mm512_mask_blend_epi16(static_cast<__mmask32>(three), units, ofThree);
+    const __mmask32 starts = static_cast<__mmask32>(~trailing & kStarts);
+    _mm512_storeu_si512(to, _mm512_maskz_compress_epi16(starts, units));
+    written = 2u * static_cast<unsigned int>(__builtin_popcount(starts));
+    return 32u + static_cast<unsigned int>(__builtin_popcountll(expected >> 32));
+}
+
+// Encodes 16 units as UTF-8 when none is a surrogate or a non-character:
+// each unit's one to three bytes are built in a 32-bit lane and the bytes
+// that count are compressed together. Writes at most 64 bytes at to and
+// returns the bytes that count, or 0 for any other block.
+__attribute__((target("avx512f,avx512bw,avx512vbmi2"), always_inline)) inline unsigned int encodeUtf8Block(
+    const char* in, unsigned char* to) {
+    const __m512i unit = _mm512_cvtepu16_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(in)));
+    const __mmask16 special =
+        _mm512_cmplt_epu32_mask(_mm512_sub_epi32(unit, _mm512_set1_epi32(0xD800)), _mm512_set1_epi32(0x800)) |
+        _mm512_cmplt_epu32_mask(_mm512_sub_epi32(unit, _mm512_set1_epi32(0xFDD0)), _mm512_set1_epi32(0x20)) |
+        _mm512_cmpge_epu32_mask(unit, _mm512_set1_epi32(0xFFFE));
+    if (special != 0) return 0;
+    const __mmask16 one = _mm512_cmplt_epu32_mask(unit, _mm512_set1_epi32(0x80));
+    const __mmask16 two = _mm512_cmplt_epu32_mask(unit, _mm512_set1_epi32(0x800)) & static_cast<__mmask16>(~one);
+    const __m512i six = _mm512_set1_epi32(0x3F);
+    const __m512i mark = _mm512_set1_epi32(0x80);
+    const __m512i last = _mm512_or_si512(_mm512_and_si512(unit, six), mark);
+    const __m512i middle = _mm512_or_si512(_mm512_and_si512(_mm512_srli_epi32(unit, 6), six), mark);
+    const __m512i ofThree =
+        _mm512_or_si512(_mm512_or_si512(_mm512_set1_epi32(0xE0), _mm512_srli_epi32(unit, 12)),
+                        _mm512_or_si512(_mm512_slli_epi32(middle, 8), _mm512_slli_epi32(last, 16)));
+    const __m512i ofTwo = _mm512_or_si512(_mm512_or_si512(_mm512_set1_epi32(0xC0), _mm512_srli_epi32(unit, 6)),
+                                          _mm512_slli_epi32(last, 8));
+    __m512i bytes = _mm512_mask_blend_epi32(two, ofThree, ofTwo);
+    bytes = _mm512_mask_blend_epi32(one, bytes, unit);
+    __m512i kept = _mm512_mask_blend_epi32(two, _mm512_set1_epi32(0xFFFFFF), _mm512_set1_epi32(0xFFFF));
+    kept = _mm512_mask_blend_epi32(one, kept, _mm512_set1_epi32(0xFF));
+    const __mmask64 keep = _mm512_test_epi8_mask(kept, kept);
+    _mm512_storeu_si512(to, _mm512_maskz_compress_epi8(keep, bytes));
+    return static_cast<unsigned int>(__builtin_popcountll(keep));
+}
+
+// Block after block while 64 source bytes are left and the blocks qualify;
+// moves in and to past what was done. A loop of its own keeps the vector
+// constants in registers.
+__attribute__((target("avx512f,avx512bw,avx512vbmi2"))) void decodeUtf8Blocks(const unsigned char*& in,
+                                                                             const unsigned char* end, char*& to) {
+    unsigned int written = 0;
+    for (unsigned int taken; end - in >= 64 && (taken = decodeUtf8Block(in, to, written)) != 0; in += taken) {
+        to += written;
+    }
+}
+
+// The same for 16 units a block while 32 units are left, so that the 64
+// bytes written for a block stay inside a target of three bytes a unit.
+__attribute__((target("avx512f,avx512bw,avx512vbmi2"))) void encodeUtf8Blocks(const char*& in, const char* end,
+                                                                             unsigned char*& to) {
+    for (unsigned int written; end - in >= 64 && (written = encodeUtf8Block(in, to)) != 0; in += 32) to += written;
+}
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
+#endif
+
 // kRoomKnown: the caller made sure that the target holds two bytes for
 // every source byte, the most any sequence needs, so no unit is checked
 // for room.
@@ -419,6 +529,10 @@ unsigned int utf8ToUcs2(State& state) {
     const unsigned int capacity = state.targetSize & ~1u;
     unsigned int out = 0;
     unsigned int asciiRun = 0;  // ASCII bytes just converted one by one
+#if defined(KIV_HAVE_BYTE_SHUFFLES)
+    const unsigned char* oneByOneUntil = in;  // past a block the vector step refused
+    [[maybe_unused]] const bool blocks = hasCompress();
+#endif
     while (in < end) {
         if (kRoomKnown) {
             // ASCII and whole two- and three-byte sequences that decode to
@@ -426,6 +540,12 @@ unsigned int utf8ToUcs2(State& state) {
             // takes them up to anything else, which the rules below handle.
             char* to = state.target + out;
             while (in != end) {
+#if defined(KIV_HAVE_BYTE_SHUFFLES)
+                if (blocks && in >= oneByOneUntil && end - in >= 64) {
+                    decodeUtf8Blocks(in, end, to);
+                    if (end - in >= 64) oneByOneUntil = in + 32;
+                }
+#endif
                 const uint32_t lead = *in;
                 if (lead < 0x80) {
                     // Rare per character: taken once per eight bytes inside a run.
@@ -580,6 +700,9 @@ unsigned int ucs2ToUtf8(State& state) {
             const char* in = source + 2 * i;
             const char* const end = source + 2 * units;
             unsigned char* to = target + out;
+#if defined(KIV_HAVE_BYTE_SHUFFLES)
+            if (hasCompress()) encodeUtf8Blocks(in, end, to);
+#endif
             while (end - in >= 8) {
                 if (!encodeBelowSurrogates(getUnit(in), to)) break;
                 if (!encodeBelowSurrogates(getUnit(in + 2), to)) {

@@ -57,11 +57,77 @@ TEST(ConverterFastPath, EveryByteOfLongInputsMatchesByteByByte) {
         SCOPED_TRACE(ccsid);
         const KivClCodePage2UnicodeConverter converter{KivClCCSID(ccsid)};
         std::string single[256];
-        for (unsigned int byte = 0; byte < 256; ++byte) single[byte] = convert(converter, std::string(1, char(byte)), 2).bytes;
+        for (unsigned int byte = 0; byte < 256; ++byte) {
+            single[byte] = convert(converter, std::string(1, static_cast<char>(byte)), 2).bytes;
+        }
         std::string expected;
         for (const char byte : input) expected += single[static_cast<unsigned char>(byte)];
         const Out whole = convert(converter, input, 2 * input.size());
         EXPECT_TRUE(whole.bytes == expected && whole.consumed == input.size() && whole.errorId == OK);
+    }
+}
+
+// Long texts pieced together from a palette, converted once with room for
+// the longest result (the block paths) and once with a target too small to
+// promise that room (one character at a time) must agree. The palettes mix
+// what the block paths take with, now and then, what they must leave to the
+// character rules: four-byte and malformed sequences, surrogates and
+// non-characters. Sequences cut short or whole also sit where a block's
+// characters end.
+TEST(ConverterFastPath, LongUtfTextsMatchCharacterByCharacter) {
+    const std::vector<std::string> utf8Pieces = {
+        "a", " ", "\xC3\xA9", "\xE2\x82\xAC", "\xDF\xBF", "\xEF\xBF\xBD", "\xC0\x80", "\xED\xA0\x80",
+        "\xF0\x9F\x98\x80", "\x80", "\xC3", "\xE2\x82", "\xF8\x88\x80\x80\x80", "\xFF"};
+    const std::vector<std::vector<uint16_t>> ucs2Pieces = {
+        {'a'}, {' '}, {0xE9}, {0x20AC}, {0x7F}, {0x80}, {0x7FF}, {0x800}, {0xD7FF}, {0xE000}, {0xFFFD},
+        {0xD83D, 0xDE00}, {0xDC00}, {0xD800}, {0xFDD0}, {0xFDEF}, {0xFFFE}, {0xFFFF}};
+    // A three-byte start leaves the smaller target room for the rest.
+    const std::string start = "\xE2\x82\xAC";
+    std::vector<std::string> texts;
+    for (const char* piece : {"\xC3", "\xE2\x82", "\xC3\xA9", "\xE2\x82\xAC"}) {
+        for (size_t at = 27; at < 33; ++at) {
+            texts.push_back(start + std::string(at - 3, 'a') + piece + std::string(64, 'a'));
+        }
+    }
+    std::vector<std::vector<uint16_t>> unitTexts;
+    uint32_t seed = 12345;
+    const auto next = [&seed](uint32_t below) {
+        seed = seed * 1103515245u + 12345u;
+        return (seed >> 8) % below;
+    };
+    // Pieces from the first `clean` entries, and one in `rarity` from all.
+    const std::vector<std::pair<uint32_t, uint32_t>> mixes = {{4, 1000}, {6, 60}, {6, 5}, {2, 20}};
+    for (const auto& [clean, rarity] : mixes) {
+        for (int round = 0; round < 40; ++round) {
+            const uint32_t pieces = 40 + next(300);
+            std::string utf8 = start;
+            std::vector<uint16_t> units = {'a'};
+            for (uint32_t i = 0; i < pieces; ++i) {
+                const bool rare = next(rarity) == 0;
+                utf8 += utf8Pieces[next(rare ? utf8Pieces.size() : clean)];
+                const auto& unit = ucs2Pieces[next(rare ? ucs2Pieces.size() : clean)];
+                units.insert(units.end(), unit.begin(), unit.end());
+            }
+            texts.push_back(utf8);
+            unitTexts.push_back(units);
+        }
+    }
+    const KivClCodePage2UnicodeConverter decoder{KivClCCSID(1208)};
+    for (size_t i = 0; i < texts.size(); ++i) {
+        SCOPED_TRACE(testing::Message() << "UTF-8 text " << i);
+        const Out blocks = convert(decoder, texts[i], 2 * texts[i].size());
+        const Out single = convert(decoder, texts[i], 2 * texts[i].size() - 2);
+        EXPECT_TRUE(blocks.bytes == single.bytes && blocks.consumed == single.consumed &&
+                    blocks.errorId == single.errorId);
+    }
+    const KivClUnicode2CodePageConverter encoder{KivClCCSID(1208)};
+    for (size_t i = 0; i < unitTexts.size(); ++i) {
+        SCOPED_TRACE(testing::Message() << "UCS-2 text " << i);
+        const std::string ucs2(reinterpret_cast<const char*>(unitTexts[i].data()), 2 * unitTexts[i].size());
+        const Out blocks = convert(encoder, ucs2, 3 * unitTexts[i].size());
+        const Out single = convert(encoder, ucs2, 3 * unitTexts[i].size() - 1);
+        EXPECT_TRUE(blocks.bytes == single.bytes && blocks.consumed == ucs2.size() && blocks.errorId == OK &&
+                    single.errorId == OK);
     }
 }
 
