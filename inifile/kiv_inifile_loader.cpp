@@ -22,8 +22,12 @@ constexpr std::streamsize LINE_SIZE = 1024;
 // bounds it further (see the header).
 constexpr size_t VALUE_CAPACITY = KivClIniFileOption::NAME_VALUE_LIMIT;
 
+// isspace in the current locale. The ASCII graphic characters are never
+// white space in any locale, so the common case needs no library call.
 bool isBlank(char ch) {
-    return std::isspace(static_cast<unsigned char>(ch)) != 0;
+    const unsigned char byte = static_cast<unsigned char>(ch);
+    if (byte - 0x21u < 0x5Eu) return false;
+    return byte == ' ' || std::isspace(byte) != 0;
 }
 
 const char* skipBlanks(const char* text) {
