@@ -9,6 +9,8 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 build="${1:-$root/build-valgrind}"
 "$root/scripts/setup.sh" valgrind
 "$root/scripts/build.sh" "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKIV_BUILD_BENCH=OFF || exit 2
+# Absolute, because each program runs from its own folder.
+build="$(cd "$build" && pwd)"
 status=0
 for program in "$build"/tests/kiv_test_*; do
     [[ -x "$program" && -f "$program" ]] || continue
