@@ -7,9 +7,11 @@
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
+// x86-64 builds carry AVX-512 paths compiled for those instructions alone;
+// each is taken only when the processor reports them at run time.
 #if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
 #include <immintrin.h>
-#define KIV_HAVE_BYTE_SHUFFLES 1
+#define KIV_AVX512_PATHS 1
 #endif
 
 #include "kiv_converter.hpp"
@@ -172,7 +174,7 @@ size_t widenPrintableBlocks(const uint16_t* local, const unsigned char* in, size
 }
 #endif
 
-#if defined(KIV_HAVE_BYTE_SHUFFLES)
+#if defined(KIV_AVX512_PATHS)
 // Processors with AVX-512 VBMI look up 64 bytes at once: the low and the high
 // bytes of the 256 table units sit in four registers each, two two-register
 // byte permutes cover one half of the table, and the sign bit of each source
@@ -231,7 +233,7 @@ unsigned int convertSingleByte(State& state) {
             local[byte] = kEbcdic && unit == kNextLine ? kLineFeed : unit;
         }
         size_t done = 0;
-#if defined(KIV_HAVE_BYTE_SHUFFLES)
+#if defined(KIV_AVX512_PATHS)
         if (hasByteShuffles()) done = widenByByteShuffles(local, source, count, target);
 #endif
 #if defined(__SSE2__)
@@ -409,7 +411,7 @@ unsigned int kivConvertByAlgorithmUCS2to819(KivClConverterABase::_KivStConverter
 
 namespace {
 
-#if defined(KIV_HAVE_BYTE_SHUFFLES)
+#if defined(KIV_AVX512_PATHS)
 // GCC 12's AVX-512 shift and widening intrinsics merge into a deliberately
 // undefined vector, which its uninitialized-use warnings report.
 #if defined(__GNUC__) && !defined(__clang__)
@@ -529,7 +531,7 @@ unsigned int utf8ToUcs2(State& state) {
     const unsigned int capacity = state.targetSize & ~1u;
     unsigned int out = 0;
     unsigned int asciiRun = 0;  // ASCII bytes just converted one by one
-#if defined(KIV_HAVE_BYTE_SHUFFLES)
+#if defined(KIV_AVX512_PATHS)
     const unsigned char* oneByOneUntil = in;  // past a block the vector step refused
     [[maybe_unused]] const bool blocks = hasCompress();
 #endif
@@ -540,7 +542,7 @@ unsigned int utf8ToUcs2(State& state) {
             // takes them up to anything else, which the rules below handle.
             char* to = state.target + out;
             while (in != end) {
-#if defined(KIV_HAVE_BYTE_SHUFFLES)
+#if defined(KIV_AVX512_PATHS)
                 if (blocks && in >= oneByOneUntil && end - in >= 64) {
                     decodeUtf8Blocks(in, end, to);
                     if (end - in >= 64) oneByOneUntil = in + 32;
@@ -700,7 +702,7 @@ unsigned int ucs2ToUtf8(State& state) {
             const char* in = source + 2 * i;
             const char* const end = source + 2 * units;
             unsigned char* to = target + out;
-#if defined(KIV_HAVE_BYTE_SHUFFLES)
+#if defined(KIV_AVX512_PATHS)
             if (hasCompress()) encodeUtf8Blocks(in, end, to);
 #endif
             while (end - in >= 8) {
