@@ -5,6 +5,11 @@
 #include <cstring>
 #include <utility>
 
+#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+#include <immintrin.h>
+#define KIV_AVX512_PATHS 1
+#endif
+
 #include "kiv_timing.hpp"
 #include "kiv_trace.hpp"
 #include "trace/kiv_trace_stream.hpp"
@@ -150,6 +155,67 @@ bool unpackCodes(uint64_t codes, char* destination, std::index_sequence<P...>) {
     return true;
 }
 
+#if defined(KIV_AVX512_PATHS)
+// The code of every ASCII character (0xFF for those outside the alphabet),
+// and where the packed bytes of a block come from: the three low bytes of
+// each 32-bit lane, highest first.
+struct PackingTables {
+    unsigned char code[128];
+    unsigned char order[64];
+    constexpr PackingTables() : code(), order() {
+        for (unsigned char& entry : code) entry = 0xFF;
+        for (uint32_t k = 0; k < ESCAPE_CODE; ++k) code[static_cast<unsigned char>(gs_szCompressCharSet[k])] = k;
+        for (unsigned int quad = 0; quad < 16; ++quad) {
+            order[3 * quad] = static_cast<unsigned char>(4 * quad + 2);
+            order[3 * quad + 1] = static_cast<unsigned char>(4 * quad + 1);
+            order[3 * quad + 2] = static_cast<unsigned char>(4 * quad);
+        }
+    }
+};
+constexpr PackingTables PACKING;
+
+bool hasByteLookup() {
+    static const bool has = __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi");
+    return has;
+}
+
+// On processors with AVX-512 VBMI: packs the alphabet characters that start
+// the count characters at text, four at a time (three whole bytes), at most
+// groups times, 64 characters a round: the codes are looked up with one byte
+// permute, pairs and then quadruples of codes are joined by multiply-adds,
+// and a last permute puts the three bytes of each quadruple in order.
+// Returns the characters packed, a multiple of four.
+__attribute__((target("avx512f,avx512bw,avx512vbmi"))) size_t packAlphabetRun(const unsigned char* text,
+                                                                              size_t count, size_t groups,
+                                                                              unsigned char* out) {
+    const __m512i codesLow = _mm512_loadu_si512(PACKING.code);
+    const __m512i codesHigh = _mm512_loadu_si512(PACKING.code + 64);
+    const __m512i byteOrder = _mm512_loadu_si512(PACKING.order);
+    size_t done = 0;
+    while (groups > 0 && done < count) {
+        const size_t left = count - done;
+        const __mmask64 loaded = left >= 64 ? ~__mmask64{0} : (__mmask64{1} << left) - 1;
+        const __m512i bytes = _mm512_maskz_loadu_epi8(loaded, text + done);
+        const __m512i codes = _mm512_permutex2var_epi8(codesLow, bytes, codesHigh);
+        const __mmask64 stop = _mm512_cmpeq_epi8_mask(codes, _mm512_set1_epi8(static_cast<char>(0xFF))) |
+                               _mm512_movepi8_mask(bytes) | ~loaded;
+        const size_t run = stop == 0 ? 64 : static_cast<size_t>(__builtin_ctzll(stop));
+        const size_t quads = run / 4 < groups ? run / 4 : groups;
+        if (quads == 0) break;
+        // c0 * 64 + c1 in 16-bit lanes, then (c0c1) * 4096 + c2c3 in 32-bit lanes.
+        const __m512i pairs = _mm512_maddubs_epi16(codes, _mm512_set1_epi32(0x01400140));
+        const __m512i quadruples = _mm512_madd_epi16(pairs, _mm512_set1_epi32(0x00011000));
+        const __mmask64 stored = (__mmask64{1} << (3 * quads)) - 1;
+        const __m512i packed = _mm512_maskz_permutexvar_epi8(stored, byteOrder, quadruples);
+        _mm512_mask_storeu_epi8(out + 3 * (done / 4), stored, packed);
+        done += 4 * quads;
+        groups -= quads;
+        if (quads < 16) break;
+    }
+    return done;
+}
+#endif
+
 constexpr auto TWO = std::make_index_sequence<2>();
 constexpr auto THREE = std::make_index_sequence<3>();
 constexpr auto FOUR = std::make_index_sequence<4>();
@@ -275,6 +341,16 @@ uint32_t KivClTraceEntry::compressCString(unsigned char* destination, const char
     uint64_t pending = 0;  // bits not yet stored, in the low pendingBits bits
     uint32_t pendingBits = 0;
     unsigned char* out = destination;
+#if defined(KIV_AVX512_PATHS)
+    // A leading run of alphabet characters goes four at a time while a byte
+    // of the limit stays free behind it, as the blocks below do.
+    if (length >= 8 && hasByteLookup()) {
+        const size_t packed = packAlphabetRun(c, length, (limitBits - 8) / (4 * CODE_BITS), out);
+        c += packed;
+        out += packed / 4 * 3;
+        bit += static_cast<uint32_t>(packed) * CODE_BITS;
+    }
+#endif
     // Takes a block of alphabet characters at once when it leaves a byte of
     // the limit free: eight characters make six whole bytes, four make three.
     auto takeBlock = [&](auto characters, auto bytes) {
