@@ -7,16 +7,10 @@
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
-// x86-64 builds carry AVX-512 paths compiled for those instructions alone;
-// each is taken only when the processor reports them at run time.
-#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
-#include <immintrin.h>
-#define KIV_AVX512_PATHS 1
-#endif
-
 #include "kiv_converter.hpp"
 #include "kiv_icu_interface.hpp"
 #include "kiv_memmgr.hpp"
+#include "util/kiv_cpu.hpp"
 
 namespace {
 
@@ -213,11 +207,6 @@ __attribute__((target("avx512f,avx512bw,avx512vbmi"))) size_t widenByByteShuffle
     }
     return done;
 }
-
-bool hasByteShuffles() {
-    static const bool has = __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi");
-    return has;
-}
 #endif
 
 template <bool kEbcdic>
@@ -234,7 +223,7 @@ unsigned int convertSingleByte(State& state) {
         }
         size_t done = 0;
 #if defined(KIV_AVX512_PATHS)
-        if (hasByteShuffles()) done = widenByByteShuffles(local, source, count, target);
+        if (kivHasAvx512Vbmi()) done = widenByByteShuffles(local, source, count, target);
 #endif
 #if defined(__SSE2__)
         if (done == 0 && keepsPrintable(local)) done = widenPrintableBlocks(local, source, count, target);
@@ -419,10 +408,6 @@ namespace {
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #endif
-bool hasCompress() {
-    static const bool has = __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi2");
-    return has;
-}
 
 // The bytes whose bits under mask equal value.
 __attribute__((target("avx512f,avx512bw"), always_inline)) inline uint64_t highBitsAre(__m512i bytes, int mask,
@@ -533,7 +518,7 @@ unsigned int utf8ToUcs2(State& state) {
     unsigned int asciiRun = 0;  // ASCII bytes just converted one by one
 #if defined(KIV_AVX512_PATHS)
     const unsigned char* oneByOneUntil = in;  // past a block the vector step refused
-    [[maybe_unused]] const bool blocks = hasCompress();
+    [[maybe_unused]] const bool blocks = kivHasAvx512Vbmi2();
 #endif
     while (in < end) {
         if (kRoomKnown) {
@@ -703,7 +688,7 @@ unsigned int ucs2ToUtf8(State& state) {
             const char* const end = source + 2 * units;
             unsigned char* to = target + out;
 #if defined(KIV_AVX512_PATHS)
-            if (hasCompress()) encodeUtf8Blocks(in, end, to);
+            if (kivHasAvx512Vbmi2()) encodeUtf8Blocks(in, end, to);
 #endif
             while (end - in >= 8) {
                 if (!encodeBelowSurrogates(getUnit(in), to)) break;

@@ -5,14 +5,10 @@
 #include <cstring>
 #include <utility>
 
-#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
-#include <immintrin.h>
-#define KIV_AVX512_PATHS 1
-#endif
-
 #include "kiv_timing.hpp"
 #include "kiv_trace.hpp"
 #include "trace/kiv_trace_stream.hpp"
+#include "util/kiv_cpu.hpp"
 
 namespace {
 
@@ -173,11 +169,6 @@ struct PackingTables {
     }
 };
 constexpr PackingTables PACKING;
-
-bool hasByteLookup() {
-    static const bool has = __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi");
-    return has;
-}
 
 // On processors with AVX-512 VBMI: packs the alphabet characters that start
 // the count characters at text, four at a time (three whole bytes), at most
@@ -344,7 +335,7 @@ uint32_t KivClTraceEntry::compressCString(unsigned char* destination, const char
 #if defined(KIV_AVX512_PATHS)
     // A leading run of alphabet characters goes four at a time while a byte
     // of the limit stays free behind it, as the blocks below do.
-    if (length >= 8 && hasByteLookup()) {
+    if (length >= 8 && kivHasAvx512Vbmi()) {
         const size_t packed = packAlphabetRun(c, length, (limitBits - 8) / (4 * CODE_BITS), out);
         c += packed;
         out += packed / 4 * 3;
