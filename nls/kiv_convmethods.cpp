@@ -169,6 +169,23 @@ size_t widenPrintableBlocks(const uint16_t* local, const unsigned char* in, size
 #endif
 
 #if defined(KIV_AVX512_PATHS)
+// Where the bytes of the first and of the second 32 units come from in a
+// two-register permute of the low bytes and the high bytes (index 64 + k is
+// byte k of the second register).
+struct Interleave {
+    unsigned char firstUnits[64];
+    unsigned char secondUnits[64];
+    constexpr Interleave() : firstUnits(), secondUnits() {
+        for (unsigned int k = 0; k < 32; ++k) {
+            firstUnits[2 * k] = static_cast<unsigned char>(k);
+            firstUnits[2 * k + 1] = static_cast<unsigned char>(64 + k);
+            secondUnits[2 * k] = static_cast<unsigned char>(32 + k);
+            secondUnits[2 * k + 1] = static_cast<unsigned char>(96 + k);
+        }
+    }
+};
+constexpr Interleave INTERLEAVE;
+
 // Processors with AVX-512 VBMI look up 64 bytes at once: the low and the high
 // bytes of the 256 table units sit in four registers each, two two-register
 // byte permutes cover one half of the table, and the sign bit of each source
@@ -177,23 +194,17 @@ size_t widenPrintableBlocks(const uint16_t* local, const unsigned char* in, size
 __attribute__((target("avx512f,avx512bw,avx512vbmi"))) size_t widenByByteShuffles(const uint16_t* local,
                                                                                    const unsigned char* in,
                                                                                    size_t count, char* to) {
-    alignas(64) unsigned char lowBytes[256], highBytes[256], firstUnits[64], secondUnits[64];
+    alignas(64) unsigned char lowBytes[256], highBytes[256];
     for (unsigned int byte = 0; byte < 256; ++byte) {
         lowBytes[byte] = static_cast<unsigned char>(local[byte] & 0xFFu);
         highBytes[byte] = static_cast<unsigned char>(local[byte] >> 8);
-    }
-    // Index 64 + k of a two-register permute is byte k of its second register.
-    for (unsigned int k = 0; k < 32; ++k) {
-        firstUnits[2 * k] = static_cast<unsigned char>(k);
-        firstUnits[2 * k + 1] = static_cast<unsigned char>(64 + k);
-        secondUnits[2 * k] = static_cast<unsigned char>(32 + k);
-        secondUnits[2 * k + 1] = static_cast<unsigned char>(96 + k);
     }
     const __m512i low0 = _mm512_load_si512(lowBytes), low1 = _mm512_load_si512(lowBytes + 64);
     const __m512i low2 = _mm512_load_si512(lowBytes + 128), low3 = _mm512_load_si512(lowBytes + 192);
     const __m512i high0 = _mm512_load_si512(highBytes), high1 = _mm512_load_si512(highBytes + 64);
     const __m512i high2 = _mm512_load_si512(highBytes + 128), high3 = _mm512_load_si512(highBytes + 192);
-    const __m512i first = _mm512_load_si512(firstUnits), second = _mm512_load_si512(secondUnits);
+    const __m512i first = _mm512_loadu_si512(INTERLEAVE.firstUnits);
+    const __m512i second = _mm512_loadu_si512(INTERLEAVE.secondUnits);
     size_t done = 0;
     for (; count - done >= 64; done += 64) {
         const __m512i bytes = _mm512_loadu_si512(in + done);
