@@ -226,6 +226,8 @@ private:
     KivPfuTraceDumpCallBack callback_;
     void* userData_;
     int32_t nestingLevel_;
+    // Compressed texts of the records this instance wrote lately.
+    KivClTraceTextCache textCache_;
 };
 
 // Deletes the trace instance when the library is unloaded or the process

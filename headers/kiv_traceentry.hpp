@@ -26,6 +26,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <istream>
 
 #include "kiv_exception.hpp"
@@ -92,6 +93,7 @@ struct _KivStTraceRecordHeader {
 static_assert(sizeof(_KivStTraceRecordHeader) == 20, "trace record header must stay 20 bytes");
 
 class KivClTraceEnvironment;
+class KivClTraceTextCache;
 
 // One trace record, built on the caller's stack.
 class KivClTraceEntry {
@@ -112,6 +114,13 @@ public:
                     unsigned short componentId, KivEnTraceDataType type,
                     const char* functionName, const char* message, const void* data,
                     unsigned int length);
+    // The same record, with the compressed texts taken from cache when it
+    // holds them (and kept there when it does not); a null cache compresses
+    // every text. The record's bytes do not depend on the cache.
+    KivClTraceEntry(KivClTraceTextCache* cache, const KivClTraceEnvironment& environment,
+                    KivEnTraceDetail detail, unsigned short componentId, KivEnTraceDataType type,
+                    const char* functionName, const char* message, const void* data,
+                    unsigned int length);
     virtual ~KivClTraceEntry();
 
     // The data type bits of the record.
@@ -130,7 +139,11 @@ public:
     const unsigned char* getHeaderAndText() const { return area_; }
     uint32_t getHeaderAndTextLength() const { return headerAndTextLength_; }
     const void* getData() const { return data_; }
-    uint32_t getDataLength() const { return getHeader().dataLength; }
+    uint32_t getDataLength() const {
+        uint32_t length;
+        memcpy(&length, area_ + offsetof(_KivStTraceRecordHeader, dataLength), sizeof(length));
+        return length;
+    }
 
     // Packs text (up to its NUL) into destination with the 6-bit code: each
     // character of the 63-character alphabet takes 6 bits, any other byte
@@ -162,6 +175,42 @@ protected:
     unsigned char area_[AREA_SIZE];
     uint32_t headerAndTextLength_;
     const void* data_;
+};
+
+// Remembers the compressed form of recently recorded texts, so that a text
+// recorded again (typically a call site's literal message or function name)
+// is copied instead of compressed anew. A slot is chosen by the text's
+// address and answers only while the characters there are still the ones it
+// compressed, so a reused buffer with new contents is compressed afresh.
+// Not thread-safe: like the trace buffer, a cache serves one recording
+// thread at a time.
+class KivClTraceTextCache {
+public:
+    static constexpr uint32_t SLOT_COUNT = 32;
+    // Longest text a slot keeps; longer ones are compressed on every call.
+    static constexpr uint32_t MAX_CACHED_LENGTH = 96;
+    // Most bytes MAX_CACHED_LENGTH characters compress to (each escaped).
+    static constexpr uint32_t MAX_PACKED_LENGTH = (MAX_CACHED_LENGTH * 14 + 7) / 8;
+    static_assert(MAX_PACKED_LENGTH < KivClTraceEntry::MAX_TEXT_LENGTH,
+                  "a kept text never reaches the stored text limit");
+
+    KivClTraceTextCache();
+    KivClTraceTextCache(const KivClTraceTextCache&) = delete;
+    KivClTraceTextCache& operator=(const KivClTraceTextCache&) = delete;
+
+    // Writes and returns what KivClTraceEntry::compressCString(destination,
+    // text, KivClTraceEntry::MAX_TEXT_LENGTH) would.
+    uint32_t compress(unsigned char* destination, const char* text);
+
+private:
+    struct Slot {
+        const char* text;  // address the characters were taken from, or null
+        uint32_t length;
+        uint32_t packedLength;
+        char characters[MAX_CACHED_LENGTH];
+        unsigned char packed[MAX_PACKED_LENGTH];
+    };
+    Slot slots_[SLOT_COUNT];
 };
 
 // One record read back from a trace file: header, stored texts and the

@@ -250,9 +250,10 @@ void KivClTraceInstance::dumpImp(void* userData, KivEnTraceDetail detail,
                                  unsigned short componentId, KivEnTraceDataType type,
                                  const char* functionName, const char* message, const void* data,
                                  unsigned int length) {
-    KivClTraceEnvironment& environment = static_cast<KivClTraceInstance*>(userData)->getEnvironment();
+    KivClTraceInstance& instance = *static_cast<KivClTraceInstance*>(userData);
+    KivClTraceEnvironment& environment = instance.getEnvironment();
     if (!environment.getSettings().getFilter().passes(detail, componentId)) return;
-    const KivClTraceEntry entry(environment, detail, componentId, type, functionName, message,
+    const KivClTraceEntry entry(&instance.textCache_, environment, detail, componentId, type, functionName, message,
                                 data, length);
     environment.add(entry);
 }

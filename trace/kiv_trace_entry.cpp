@@ -222,6 +222,13 @@ KivClTraceEntry::KivClTraceEntry(const KivClTraceEnvironment& environment,
                                  KivEnTraceDetail detail, unsigned short componentId,
                                  KivEnTraceDataType type, const char* functionName,
                                  const char* message, const void* data, unsigned int length)
+    : KivClTraceEntry(nullptr, environment, detail, componentId, type, functionName, message, data,
+                      length) {}
+
+KivClTraceEntry::KivClTraceEntry(KivClTraceTextCache* cache, const KivClTraceEnvironment& environment,
+                                 KivEnTraceDetail detail, unsigned short componentId,
+                                 KivEnTraceDataType type, const char* functionName,
+                                 const char* message, const void* data, unsigned int length)
     : environment_(&environment), headerAndTextLength_(HEADER_SIZE), data_(data) {
     if (data == nullptr) {
         length = 0;
@@ -231,22 +238,29 @@ KivClTraceEntry::KivClTraceEntry(const KivClTraceEnvironment& environment,
         length = environment.getBufferSize();
         type = KIV_TRACE_TYPE_DATA_CLIPPED;
     }
-    _KivStTraceRecordHeader header;
-    header.flags = static_cast<uint8_t>((static_cast<uint32_t>(type) & TYPE_MASK) |
-                                        ((static_cast<uint32_t>(detail) & 3u) << DETAIL_SHIFT));
-    header.componentId = static_cast<uint8_t>(componentId & 0xFFu);
-    header.timeStamp = kivGetTimeStamp();
-    header.processId = environment.getProcessId();
-    header.threadId = static_cast<uint32_t>(KivClThreadProperty().getId());
-    header.dataLength = length;
+    // The header goes straight into the area field by field (flags and
+    // lengths as bytes, the four 32-bit words in one piece), so that nothing
+    // is stored twice or read back before the record is copied.
+    uint32_t flags = (static_cast<uint32_t>(type) & TYPE_MASK) |
+                     ((static_cast<uint32_t>(detail) & 3u) << DETAIL_SHIFT);
+    const uint32_t words[4] = {kivGetTimeStamp(), environment.getProcessId(),
+                               static_cast<uint32_t>(KivClThreadProperty().getId()), length};
+    static_assert(offsetof(_KivStTraceRecordHeader, timeStamp) == 4 &&
+                      offsetof(_KivStTraceRecordHeader, dataLength) == 16,
+                  "the four words follow the four bytes");
+    memcpy(area_ + offsetof(_KivStTraceRecordHeader, timeStamp), words, sizeof(words));
 
     const char* text1 = message ? message : "";
     const char* text2 = functionName ? functionName : "";
     unsigned char* texts = area_ + HEADER_SIZE;
     uint32_t length1;
     uint32_t length2;
-    if (environment.getSettings().isCompressionOn()) {
-        header.flags |= COMPRESSED_BIT;
+    if (environment.getSettings().isCompressionOn() && cache != nullptr) {
+        flags |= COMPRESSED_BIT;
+        length1 = cache->compress(texts, text1);
+        length2 = cache->compress(texts + length1, text2);
+    } else if (environment.getSettings().isCompressionOn()) {
+        flags |= COMPRESSED_BIT;
         length1 = compressCString(texts, text1, MAX_TEXT_LENGTH);
         length2 = compressCString(texts + length1, text2, MAX_TEXT_LENGTH);
     } else {
@@ -255,9 +269,10 @@ KivClTraceEntry::KivClTraceEntry(const KivClTraceEnvironment& environment,
         length2 = static_cast<uint32_t>(strnlen(text2, MAX_TEXT_LENGTH));
         memcpy(texts + length1, text2, length2);
     }
-    header.length1 = static_cast<uint8_t>(length1);
-    header.length2 = static_cast<uint8_t>(length2);
-    setHeader(header);
+    area_[offsetof(_KivStTraceRecordHeader, flags)] = static_cast<unsigned char>(flags);
+    area_[offsetof(_KivStTraceRecordHeader, componentId)] = static_cast<unsigned char>(componentId & 0xFFu);
+    area_[offsetof(_KivStTraceRecordHeader, length1)] = static_cast<unsigned char>(length1);
+    area_[offsetof(_KivStTraceRecordHeader, length2)] = static_cast<unsigned char>(length2);
     headerAndTextLength_ = HEADER_SIZE + length1 + length2;
 }
 
@@ -384,6 +399,37 @@ uint32_t KivClTraceEntry::compressCString(unsigned char* destination, const char
         bit += fill;
     }
     return bit / 8;
+}
+
+KivClTraceTextCache::KivClTraceTextCache() {
+    for (Slot& slot : slots_) {
+        slot.text = nullptr;
+        slot.length = slot.packedLength = 0;
+    }
+}
+
+uint32_t KivClTraceTextCache::compress(unsigned char* destination, const char* text) {
+    constexpr uint32_t limit = KivClTraceEntry::MAX_TEXT_LENGTH;
+    if (text == nullptr) return 0;
+    const size_t length = strnlen(text, MAX_CACHED_LENGTH + 1);
+    if (length > MAX_CACHED_LENGTH) return KivClTraceEntry::compressCString(destination, text, limit);
+    // The top bits of a multiplicative hash of the address pick the slot.
+    static_assert((SLOT_COUNT & (SLOT_COUNT - 1)) == 0, "the slot count is a power of two");
+    const uint64_t hash = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(text)) * 0x9E3779B97F4A7C15u;
+    Slot& slot = slots_[hash >> (64 - __builtin_ctz(SLOT_COUNT))];
+    if (slot.text == text && slot.length == length && memcmp(slot.characters, text, length) == 0) {
+        memcpy(destination, slot.packed, slot.packedLength);
+        return slot.packedLength;
+    }
+    // The whole text up to its NUL is within the compressor's reach here, so
+    // its bytes depend on these characters only.
+    const uint32_t packedLength = KivClTraceEntry::compressCString(destination, text, limit);
+    slot.text = text;
+    slot.length = static_cast<uint32_t>(length);
+    slot.packedLength = packedLength;
+    memcpy(slot.characters, text, length);
+    memcpy(slot.packed, destination, packedLength);
+    return packedLength;
 }
 
 uint32_t KivClTraceEntry::deCompressCString(char* destination, const unsigned char* source,

@@ -35,8 +35,9 @@ namespace {
 
 // gettid() is a system call; every traced record asks for the id, so each
 // thread keeps it. A forked child's thread has a new id: the fork handler
-// clears the copy it inherited.
-thread_local unsigned long tlsThreadId = 0;
+// clears the copy it inherited. The initial-exec model reaches the copy
+// without a call into the dynamic linker on every record.
+__attribute__((tls_model("initial-exec"))) thread_local unsigned long tlsThreadId = 0;
 
 void forgetThreadId() { tlsThreadId = 0; }
 

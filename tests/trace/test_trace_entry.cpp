@@ -113,6 +113,48 @@ TEST(TraceCompression, RandomInputs) {
     }
 }
 
+// The cache must give compressCString's bytes whether it answers from a slot
+// or compresses, for texts it keeps and texts too long to keep, and must
+// notice when the characters at a known address change.
+TEST(TraceTextCache, SameBytesAsCompressing) {
+    KivClTraceTextCache cache;
+    auto viaCache = [&cache](const char* text) {
+        std::vector<unsigned char> out(256, 0xAA);
+        const uint32_t size = cache.compress(out.data(), text);
+        EXPECT_EQ(std::count(out.begin() + size, out.end(), 0xAA), static_cast<long>(out.size() - size));
+        out.resize(size);
+        return out;
+    };
+    const std::string fixed[] = {"", "A", "Server::acceptClient", "connection accepted from peer!",
+                                 std::string(96, 'k'), std::string(96, '7'), std::string(97, 'k'),
+                                 std::string(95, 'k') + "\xE9", std::string(400, '7')};
+    for (const std::string& text : fixed) {
+        for (int pass = 0; pass < 3; ++pass) ASSERT_EQ(viaCache(text.c_str()), compress(text)) << text << pass;
+    }
+    EXPECT_EQ(cache.compress(nullptr, nullptr), 0u);
+
+    // New characters at a known address: longer, shorter, same length.
+    char reused[128] = "first text";
+    ASSERT_EQ(viaCache(reused), compress(reused));
+    for (const char* next : {"first text!", "first", "First", "first:text", ""}) {
+        strcpy(reused, next);
+        ASSERT_EQ(viaCache(reused), compress(next)) << next;
+    }
+
+    // Many texts competing for the slots, in random order.
+    std::mt19937 random(4711);
+    std::vector<std::string> texts(200);
+    for (std::string& text : texts) {
+        text.resize(random() % 120);
+        for (char& c : text) c = random() % 7 ? kAlphabet[random() % 63] : static_cast<char>(1 + random() % 255);
+    }
+    for (int call = 0; call < 20000; ++call) {
+        std::string& text = texts[random() % texts.size()];
+        if (call % 97 == 0 && !text.empty()) text[random() % text.size()] = kAlphabet[random() % 63];
+        ASSERT_EQ(viaCache(text.c_str()), compress(text)) << call;
+    }
+}
+
 TEST(TraceEntry, ClippingTypesHeaderAndTexts) {
     kivtest::TempDir dir;
     kivtest::TraceKeyEnv vars("KIVTENTRY", dir);
@@ -147,6 +189,15 @@ TEST(TraceEntry, ClippingTypesHeaderAndTexts) {
     EXPECT_EQ(packed.getDetail(), KIV_TRACE_DETAIL_MED);
     packed.setDetail(KIV_TRACE_DETAIL_HIGH);  // keeps type and compression
     EXPECT_EQ(std::make_tuple(packed.getType(), packed.isCompressed()), std::make_tuple(KIV_TRACE_TYPE_BOOL, true));
+    // Through a cache, again and again: the same texts.
+    KivClTraceTextCache cache;
+    for (int pass = 0; pass < 3; ++pass) {
+        const KivClTraceEntry cached(&cache, environment, KIV_TRACE_DETAIL_MED, 0x1234, KIV_TRACE_TYPE_NO_DATA,
+                                     "AB", "a1", nullptr, 0);
+        EXPECT_TRUE(cached.isCompressed());
+        EXPECT_EQ(textsOf(cached), textsOf(packed));
+        EXPECT_EQ(cached.getHeader().length1, 3u);
+    }
     // Plain texts are cut at 255 bytes each.
     environment.getSettings().setFlag(KivClTraceSettings::FLAG_COMPRESSION, false);
     const KivClTraceEntry plain(environment, KIV_TRACE_DETAIL_HIGH, 1, KIV_TRACE_TYPE_NO_DATA, "func",

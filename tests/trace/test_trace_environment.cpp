@@ -190,6 +190,11 @@ TEST_F(TraceEnvironmentTest, RecordingFiltersFunctionRecordsAndAutoflush) {
     kivTraceDump(KIV_TRACE_DETAIL_LOW, 1, KIV_TRACE_TYPE_INT32, "outer", "dropped: LOW", &value, 4);
     kivTraceDump(KIV_TRACE_DETAIL_OFF, 5, KIV_TRACE_TYPE_INT32, "outer", "dropped: 5", &value, 4);
     kivTraceDump(KIV_TRACE_DETAIL_OFF, 0, KIV_TRACE_TYPE_INT32, "outer", "kept: 0", &value, 4);
+    char reused[16] = "again: 0";  // one address, new characters: recorded as they are now
+    for (const char* text : {"again: 0", "again: 1", "again"}) {
+        strcpy(reused, text);
+        kivTraceDump(KIV_TRACE_DETAIL_OFF, 0, KIV_TRACE_TYPE_INT32, "outer", reused, &value, 4);
+    }
     kivTraceDump(KIV_TRACE_DETAIL_MED, 2, KIV_TRACE_TYPE_FUNCTION_EXIT, "outer", "", nullptr, 0);
     kivTraceDump(KIV_TRACE_DETAIL_LOW, 2, KIV_TRACE_TYPE_FUNCTION_EXIT, "outer", "", nullptr, 0);
     kivTraceFlush();
@@ -200,6 +205,9 @@ TEST_F(TraceEnvironmentTest, RecordingFiltersFunctionRecordsAndAutoflush) {
     }
     EXPECT_EQ(seen, std::vector<std::string>({"1/0//" + kivtest::bytesOf<int32_t>(1),
                                               "15/0/kept: 0/" + kivtest::bytesOf<int32_t>(42),
+                                              "15/0/again: 0/" + kivtest::bytesOf<int32_t>(42),
+                                              "15/0/again: 1/" + kivtest::bytesOf<int32_t>(42),
+                                              "15/0/again/" + kivtest::bytesOf<int32_t>(42),
                                               "2/0//" + kivtest::bytesOf<int32_t>(-1)}));
 }
 
