@@ -33,12 +33,31 @@ void appendAddress(char* line, unsigned& length, unsigned capacity, unsigned lon
     appendLine(line, length, capacity, text, sizeof text);
 }
 
-bool isPrintable(unsigned char byte) { return byte >= 0x20 && byte <= 0x7E; }
+// "00" to "FF": the two upper-case hexadecimal digits of every byte value.
+struct HexPairs {
+    char text[2 * 256];
+    constexpr HexPairs() : text() {
+        for (unsigned byte = 0; byte < 256; ++byte) {
+            text[2 * byte] = "0123456789ABCDEF"[byte >> 4];
+            text[2 * byte + 1] = "0123456789ABCDEF"[byte & 0xF];
+        }
+    }
+};
+constexpr HexPairs HEX_PAIRS;
 
-void renderHex(unsigned char byte, char* out) {
-    out[0] = kHexDigits[byte >> 4];
-    out[1] = kHexDigits[byte & 0xF];
-}
+// How every byte value shows in the character part: itself when printable
+// (0x20..0x7E), "." otherwise.
+struct ShownCharacters {
+    char text[256];
+    constexpr ShownCharacters() : text() {
+        for (unsigned byte = 0; byte < 256; ++byte) {
+            text[byte] = byte >= 0x20 && byte <= 0x7E ? static_cast<char>(byte) : '.';
+        }
+    }
+};
+constexpr ShownCharacters SHOWN;
+
+void renderHex(unsigned char byte, char* out) { std::memcpy(out, HEX_PAIRS.text + 2 * byte, 2); }
 
 void renderBin(unsigned char byte, char* out) {
     for (int bit = 0; bit < 8; ++bit) out[bit] = (byte & (0x80 >> bit)) ? '1' : '0';
@@ -46,33 +65,50 @@ void renderBin(unsigned char byte, char* out) {
 
 // The columns area both line kinds share: kColumns cells of kDigits digits
 // and a blank, an extra blank after the middle cell, "| ", then one
-// character per column. The area is composed in a local buffer and appended
-// once, which cuts it at capacity exactly as appending it piece by piece
-// would.
+// character per column. An area with no data ("_" in every digit and
+// character place) is built at compile time; the bytes there are drawn over
+// it, and the area is appended once, which cuts it at capacity exactly as
+// appending it piece by piece would.
+template <unsigned kColumns, unsigned kDigits>
+struct EmptyColumns {
+    static constexpr unsigned CELL = kDigits + 1;
+    static constexpr unsigned CHARACTERS = kColumns * CELL + 1 + 2;  // the extra blank and "| "
+    static constexpr unsigned SIZE = CHARACTERS + kColumns;
+    // Where the digits of column c start.
+    static constexpr unsigned cellAt(unsigned column) { return column * CELL + (column >= kColumns / 2 ? 1 : 0); }
+    char text[SIZE];
+    constexpr EmptyColumns() : text() {
+        for (char& c : text) c = ' ';
+        for (unsigned column = 0; column < kColumns; ++column) {
+            for (unsigned digit = 0; digit < kDigits; ++digit) text[cellAt(column) + digit] = '_';
+            text[CHARACTERS + column] = '_';
+        }
+        text[CHARACTERS - 2] = '|';
+    }
+};
+
 template <unsigned kColumns, unsigned kDigits, void (*kRender)(unsigned char, char*)>
 void appendColumns(char* line, unsigned& length, unsigned capacity, const void* data, unsigned long count) {
+    using Empty = EmptyColumns<kColumns, kDigits>;
+    static constexpr Empty EMPTY;
     const unsigned char* bytes = static_cast<const unsigned char*>(data);
     const unsigned used = (data == nullptr) ? 0 : static_cast<unsigned>(count < kColumns ? count : kColumns);
-    char area[kColumns * (kDigits + 2) + 3];
-    unsigned n = 0;
-    for (unsigned column = 0; column < kColumns; ++column) {
-        if (column < used) {
-            kRender(bytes[column], area + n);
-        } else {
-            std::memset(area + n, '_', kDigits);
-        }
-        n += kDigits;
-        area[n++] = ' ';
-        if (column + 1 == kColumns / 2) area[n++] = ' ';
+    // Drawn in the line itself when the whole area fits, else in a local
+    // copy that is then appended up to the capacity.
+    char local[Empty::SIZE];
+    const bool fits = Empty::SIZE <= capacity - length;
+    char* area = fits ? line + length : local;
+    std::memcpy(area, EMPTY.text, Empty::SIZE);
+    for (unsigned column = 0; column < used; ++column) {
+        kRender(bytes[column], area + Empty::cellAt(column));
+        area[Empty::CHARACTERS + column] = SHOWN.text[bytes[column]];
     }
-    area[n++] = '|';
-    area[n++] = ' ';
-    for (unsigned column = 0; column < kColumns; ++column) {
-        char ch = '_';
-        if (column < used) ch = isPrintable(bytes[column]) ? static_cast<char>(bytes[column]) : '.';
-        area[n++] = ch;
+    if (!fits) {
+        appendLine(line, length, capacity, local, Empty::SIZE);
+        return;
     }
-    appendLine(line, length, capacity, area, n);
+    length += Empty::SIZE;
+    line[length] = '\0';
 }
 
 template <class Line>

@@ -79,6 +79,20 @@ TEST(TraceCompression, Vectors) {
 // text's prefix; random bytes, not only the encoder's, decode as reading
 // code by code with deCompressReadBits decodes them. Every other text has
 // long runs of alphabet characters.
+// Runs of alphabet characters of every length up to past two rounds of 64,
+// alone or followed by an escaped byte or its end fill, must come back
+// unchanged: the decoder takes whole groups of four codes and hands the
+// rest to the character loop wherever the run ends.
+TEST(TraceCompression, AlphabetRunsOfEveryLength) {
+    for (size_t length = 0; length <= 140; ++length) {
+        std::string run(length, ' ');
+        for (size_t i = 0; i < length; ++i) run[i] = kAlphabet[(7 * i + length) % 63];
+        for (const std::string& text : {run, run + "\x01" + "tail", run + "9"}) {
+            ASSERT_EQ(decompress(compress(text)), text) << length;
+        }
+    }
+}
+
 TEST(TraceCompression, RandomInputs) {
     std::mt19937 random(90210);
     for (int round = 0; round < 3000; ++round) {
