@@ -112,6 +112,21 @@ TEST_F(TraceFormatTest, FormatVariablesAndEscapes) {
     }
 }
 
+// Texts of every length from 0 to 255 and C string data up to 300 bytes
+// reach the output whole and in order, however they are copied.
+TEST_F(TraceFormatTest, PiecesOfEveryLength) {
+    std::vector<RawRecord> records;
+    std::string expected;
+    for (size_t length = 0; length <= 300; ++length) {
+        std::string text(length, ' ');
+        for (size_t i = 0; i < length; ++i) text[i] = static_cast<char>('!' + (i * 7 + length) % 90);
+        const std::string message = text.substr(0, std::min<size_t>(length, 255));
+        records.push_back({KIV_TRACE_TYPE_CSTRING, message, "", text});
+        expected += message + "|\"" + text + "\"\n";
+    }
+    EXPECT_EQ(formatRecords(records, "%m|%d\\n"), expected);
+}
+
 // Numbers follow the stream's base and digit grouping; a tied or
 // unit-buffered stream gets the same text, a failed stream nothing.
 TEST_F(TraceFormatTest, EveryKindOfStream) {
