@@ -103,11 +103,10 @@ void* kivRealloc(void* pointer, size_t size);
 // Frees through the deallocator hook; null is ignored. Defined here like
 // kivMalloc, and exported by name as well.
 inline void kivFree(void* pointer) {
-    if (pointer == nullptr) return;
     const KivPfuDeallocator deallocator = KivClMemoryManager::cv_pfuDeallocatorCallback;
     if (__builtin_expect(deallocator == &KivClMemoryManager::systemDeallocator, 1)) {
-        std::free(pointer);
-    } else {
+        std::free(pointer);  // ignores null itself
+    } else if (pointer != nullptr) {
         deallocator(pointer);
     }
 }
