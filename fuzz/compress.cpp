@@ -1,5 +1,6 @@
 // Round trips arbitrary texts through the 6-bit trace text compression, and
-// through a whole compressed record read back as a trace file would be.
+// through a whole compressed record read back as a trace file would be; the
+// recording path's text cache must agree with the encoder.
 // Input: one byte giving the compression limit (0..255), then the text. The
 // packed text must fit its limit, unpack to a prefix of the text (the whole
 // text when it fits with a byte to spare), and arbitrary packed bytes must
@@ -55,6 +56,24 @@ void unpackAnything(const uint8_t* data, size_t size) {
     check(length <= bytes * 8 / 6 && out[length] == '\0');  // an escaped NUL may come earlier
 }
 
+// The recording cache must give the encoder's bytes for the text at a fresh
+// address and at one reused address whose characters change every call.
+void cacheAgrees(const std::string& text) {
+    static KivClTraceTextCache cache;
+    static char reused[1024];
+    const uint32_t limit = KivClTraceEntry::MAX_TEXT_LENGTH;
+    unsigned char expected[limit], got[limit];
+    const uint32_t used = KivClTraceEntry::compressCString(expected, text.c_str(), limit);
+    check(cache.compress(got, text.c_str()) == used && std::memcmp(got, expected, used) == 0);
+    const size_t kept = text.size() < sizeof(reused) ? text.size() : sizeof(reused) - 1;
+    std::memcpy(reused, text.data(), kept);
+    reused[kept] = '\0';
+    const uint32_t reusedUsed = KivClTraceEntry::compressCString(expected, reused, limit);
+    for (int pass = 0; pass < 2; ++pass) {
+        check(cache.compress(got, reused) == reusedUsed && std::memcmp(got, expected, reusedUsed) == 0);
+    }
+}
+
 // A record with text as message and function name, read back from a stream.
 void recordRoundTrip(const KivClTraceEnvironment& environment, const std::string& text) {
     const std::string data = text.substr(0, 16);
@@ -85,6 +104,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     roundTrip(text, data[0]);
     roundTrip(text, KivClTraceEntry::MAX_TEXT_LENGTH);
     unpackAnything(data + 1, size - 1);
+    cacheAgrees(text);
     recordRoundTrip(environment, text);
     return 0;
 }
