@@ -253,8 +253,8 @@ void KivClTraceInstance::dumpImp(void* userData, KivEnTraceDetail detail,
     KivClTraceInstance& instance = *static_cast<KivClTraceInstance*>(userData);
     KivClTraceEnvironment& environment = instance.getEnvironment();
     if (!environment.getSettings().getFilter().passes(detail, componentId)) return;
-    const KivClTraceEntry entry(&instance.textCache_, environment, detail, componentId, type, functionName, message,
-                                data, length);
+    const KivClTraceEntry entry(&instance.textCache_, environment, detail, componentId, type,
+                                functionName, message, data, length);
     environment.add(entry);
 }
 

@@ -307,14 +307,14 @@ KivClTraceEntry::KivClTraceEntry(KivClTraceTextCache* cache, const KivClTraceEnv
     unsigned char* texts = area_ + HEADER_SIZE;
     uint32_t length1;
     uint32_t length2;
-    if (environment.getSettings().isCompressionOn() && cache != nullptr) {
+    if (environment.getSettings().isCompressionOn()) {
         flags |= COMPRESSED_BIT;
-        length1 = cache->compress(texts, text1);
-        length2 = cache->compress(texts + length1, text2);
-    } else if (environment.getSettings().isCompressionOn()) {
-        flags |= COMPRESSED_BIT;
-        length1 = compressCString(texts, text1, MAX_TEXT_LENGTH);
-        length2 = compressCString(texts + length1, text2, MAX_TEXT_LENGTH);
+        auto pack = [cache](unsigned char* destination, const char* text) {
+            return cache != nullptr ? cache->compress(destination, text)
+                                    : compressCString(destination, text, MAX_TEXT_LENGTH);
+        };
+        length1 = pack(texts, text1);
+        length2 = pack(texts + length1, text2);
     } else {
         length1 = static_cast<uint32_t>(strnlen(text1, MAX_TEXT_LENGTH));
         memcpy(texts, text1, length1);
