@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <ctime>
 #include <set>
+#include <thread>
 #include <vector>
 
 #include <sys/time.h>
@@ -118,4 +119,42 @@ TEST(SleepAndTiming, DurationsInterruptionIntervalsTimeStampAndThreadIds) {
     EXPECT_TRUE(forked.exited && forked.exitCode == 0);
     EXPECT_TRUE(KivClThreadProperty() != KivClThreadProperty(4711));
     EXPECT_TRUE(KivClThreadProperty(0) == KivClThreadProperty(0));
+}
+
+// Timestamps lie between two readings of the monotonic clock taken around
+// them (within a few microseconds of carrying the clock forward), never go
+// back within a thread, and keep doing so after pauses shorter and longer
+// than the span one clock reading is carried forward, in several threads at
+// once.
+TEST(TimeStamp, FollowsTheMonotonicClockInEveryThread) {
+    auto clockMicros = [] {
+        timespec now{};
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        return static_cast<uint32_t>(static_cast<uint64_t>(now.tv_sec) * 1000000u + now.tv_nsec / 1000);
+    };
+    auto follow = [&clockMicros](int rounds) {
+        const uint32_t pauses[] = {0, 50, 500, 2500, 5500, 11000};
+        int failures = 0;
+        uint32_t last = kivGetTimeStamp();
+        for (int round = 0; round < rounds; ++round) {
+            for (int tight = 0; tight < 1000; ++tight) {
+                const uint32_t stamp = kivGetTimeStamp();
+                failures += static_cast<int32_t>(stamp - last) < 0;
+                last = stamp;
+            }
+            const uint32_t before = clockMicros();
+            const uint32_t stamp = kivGetTimeStamp();
+            const uint32_t after = clockMicros();
+            failures += static_cast<int32_t>(stamp - before) < -5 || static_cast<int32_t>(after - stamp) < -5;
+            failures += static_cast<int32_t>(stamp - last) < 0;
+            last = stamp;
+            kivSleepMicroSeconds(pauses[round % 6]);
+        }
+        return failures;
+    };
+    int other = -1;
+    std::thread second([&] { other = follow(60); });
+    EXPECT_EQ(follow(60), 0);
+    second.join();
+    EXPECT_EQ(other, 0);
 }
