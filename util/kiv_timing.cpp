@@ -76,8 +76,6 @@ bool counterIsClockSource() {
     return got == 4 && memcmp(name, "tsc\n", 4) == 0;
 }
 
-const bool gs_bCounterClock = counterIsClockSource();
-
 // Reads the clock, measures the counter's rate against the previous anchor
 // when it lies far enough back, and makes this reading the new anchor.
 __attribute__((noinline)) uint64_t anchorCounterClock(CounterClock& clock) {
@@ -110,7 +108,9 @@ __attribute__((noinline)) uint64_t anchorCounterClock(CounterClock& clock) {
 
 uint32_t kivGetTimeStamp() {
 #if defined(__x86_64__)
-    if (gs_bCounterClock) {
+    // Decided at the first call, so that loading the library reads no file.
+    static const bool counterClock = counterIsClockSource();
+    if (counterClock) {
         CounterClock& clock = tlsCounterClock;
         const uint64_t elapsed = __rdtsc() - clock.anchorTicks;  // huge when the counter went back
         uint64_t nanos = clock.nanosPerTick != 0 && elapsed < clock.reachTicks
