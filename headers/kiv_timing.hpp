@@ -31,7 +31,11 @@ int kivSleepMicroSeconds(uint32_t microseconds);
 
 // Timestamp for trace records: the low 32 bits of the monotonic clock in
 // microseconds. It wraps about every 71 minutes; within one run of a few
-// minutes, records of all processes on the machine order by it.
+// minutes, records of all processes on the machine order by it. Where the
+// kernel keeps that clock on the processor's time-stamp counter, each thread
+// reads the clock every few milliseconds and carries it forward with the
+// counter in between (within a microsecond or so of the clock, never going
+// back within the thread).
 uint32_t kivGetTimeStamp();
 
 // A wall-clock stopwatch. init() zeroes it; start() and stop() measure one
