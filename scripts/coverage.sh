@@ -12,7 +12,9 @@ find "$build" -name '*.gcda' -delete
 status=0
 ctest --test-dir "$build" --parallel "$(nproc)" </dev/null >"$build/coverage-ctest.log" || status=$?
 tail -n 3 "$build/coverage-ctest.log"
-gcovr --root "$root" --object-directory "$build" \
+# Tests that run threads race on the counters; the few lines whose counts
+# come out inconsistent (negative branch counts) are skipped, not fatal.
+gcovr --root "$root" --object-directory "$build" --gcov-ignore-parse-errors \
   --filter "$root/(foundation|util|filesys|process|nls|msgcat|inifile|conui|trace)/" \
   --json "$build/coverage.json" >/dev/null
 python3 - "$build/coverage.json" <<'PY'
