@@ -169,8 +169,6 @@ public:
                                        uint32_t bitCount);
 
 protected:
-    void setHeader(const _KivStTraceRecordHeader& header);
-
     const KivClTraceEnvironment* environment_;
     unsigned char area_[AREA_SIZE];
     uint32_t headerAndTextLength_;

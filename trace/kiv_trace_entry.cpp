@@ -336,10 +336,6 @@ _KivStTraceRecordHeader KivClTraceEntry::getHeader() const {
     return header;
 }
 
-void KivClTraceEntry::setHeader(const _KivStTraceRecordHeader& header) {
-    memcpy(area_, &header, HEADER_SIZE);
-}
-
 KivEnTraceDataType KivClTraceEntry::getType() const {
     return static_cast<KivEnTraceDataType>(area_[0] & TYPE_MASK);
 }

@@ -28,6 +28,13 @@ TEST(Dump, LinesAndFunctions) {
          "________ ________ ________ ________  ________ ________ ________ ________ | ________"},
     };
     for (const auto& line : lines) EXPECT_EQ(line[0], line[1]);
+    // A second addData fills the line up to its capacity (80 and 95) and no further.
+    KivClStrepHexDump fullHex(16, letters, 16);
+    fullHex.addData(letters, 4);
+    EXPECT_EQ(std::string(fullHex.getAsCString()), lines[0][1] + "41 ");
+    KivClStrepBinDump fullBin(8, bits, 3);
+    fullBin.addData(bits, 1);
+    EXPECT_EQ(std::string(fullBin.getAsCString()), lines[3][1] + "01");
 
     // The dump functions split into lines and show the bytes in memory order.
     unsigned char bytes[20];
