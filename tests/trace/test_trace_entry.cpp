@@ -155,6 +155,18 @@ TEST(TraceTextCache, SameBytesAsCompressing) {
         ASSERT_EQ(viaCache(reused), compress(next)) << next;
     }
 
+    // One character changed at every place of texts of every kept length.
+    for (size_t length = 1; length <= KivClTraceTextCache::MAX_CACHED_LENGTH; ++length) {
+        std::string text(length, 'k');
+        strcpy(reused, text.c_str());
+        ASSERT_EQ(viaCache(reused), compress(text));
+        for (size_t at = 0; at < length; ++at) {
+            reused[at] = 'Q';
+            ASSERT_EQ(viaCache(reused), compress(reused)) << length << " " << at;
+            reused[at] = 'k';
+        }
+    }
+
     // Many texts competing for the slots, in random order.
     std::mt19937 random(4711);
     std::vector<std::string> texts(200);
