@@ -130,19 +130,19 @@ inline void copyPiece(char* to, const char* from, size_t count) {
         memcpy(&block, from + offset, sizeof(block));
         memcpy(to + offset, &block, sizeof(block));
     };
-    if (count >= sizeof(Block) && count <= 128) {
+    if (count > 128) {
+        memcpy(to, from, count);
+    } else if (count >= sizeof(Block)) {
         for (size_t offset = 0; offset + sizeof(Block) < count; offset += sizeof(Block)) move(Block{}, offset);
         move(Block{}, count - sizeof(Block));
-    } else if (count >= 8 && count < sizeof(Block)) {
+    } else if (count >= 8) {
         move(uint64_t{}, 0);
         move(uint64_t{}, count - 8);
-    } else if (count >= 4 && count < 8) {
+    } else if (count >= 4) {
         move(uint32_t{}, 0);
         move(uint32_t{}, count - 4);
-    } else if (count < 4) {
-        for (size_t i = 0; i < count; ++i) to[i] = from[i];
     } else {
-        memcpy(to, from, count);
+        for (size_t i = 0; i < count; ++i) to[i] = from[i];
     }
 }
 

@@ -10,7 +10,7 @@ KivClStringRepresentationABase::~KivClStringRepresentationABase() = default;
 
 namespace {
 
-const char kHexDigits[] = "0123456789ABCDEF";
+constexpr char kHexDigits[] = "0123456789ABCDEF";
 
 // Appends text to a fixed line buffer, never past capacity characters.
 void appendLine(char* line, unsigned& length, unsigned capacity, const char* text, unsigned count) {
@@ -38,8 +38,8 @@ struct HexPairs {
     char text[2 * 256];
     constexpr HexPairs() : text() {
         for (unsigned byte = 0; byte < 256; ++byte) {
-            text[2 * byte] = "0123456789ABCDEF"[byte >> 4];
-            text[2 * byte + 1] = "0123456789ABCDEF"[byte & 0xF];
+            text[2 * byte] = kHexDigits[byte >> 4];
+            text[2 * byte + 1] = kHexDigits[byte & 0xF];
         }
     }
 };

@@ -91,11 +91,13 @@ __attribute__((noinline)) uint64_t anchorCounterClock(CounterClock& clock) {
         if (measured) {
             const unsigned __int128 scaled = static_cast<unsigned __int128>(nanos - clock.anchorNanos) << 32;
             clock.nanosPerTick = static_cast<uint64_t>(scaled / (ticks - clock.anchorTicks));
-            // Carried forward for ANCHOR_NANOS, never so far that the
-            // product of ticks and rate leaves 64 bits.
-            const uint64_t reach = clock.nanosPerTick == 0 ? 0 : (ANCHOR_NANOS << 32) / clock.nanosPerTick;
-            const uint64_t limit = clock.nanosPerTick == 0 ? 0 : UINT64_MAX / clock.nanosPerTick;
-            clock.reachTicks = reach < limit ? reach : limit;
+            if (clock.nanosPerTick != 0) {
+                // Carried forward for ANCHOR_NANOS, never so far that the
+                // product of ticks and rate leaves 64 bits.
+                const uint64_t reach = (ANCHOR_NANOS << 32) / clock.nanosPerTick;
+                const uint64_t limit = UINT64_MAX / clock.nanosPerTick;
+                clock.reachTicks = reach < limit ? reach : limit;
+            }
         }
         clock.anchorTicks = ticks;
         clock.anchorNanos = nanos;
